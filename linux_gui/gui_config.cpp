@@ -1,0 +1,87 @@
+#include "gui_config.h"
+
+#include <cstddef>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view BLANKS = " \t\n\v\f\r";
+
+std::string_view trimmed(std::string_view text) {
+    const auto first = text.find_first_not_of(BLANKS);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
+}
+
+bool has_blank(std::string_view text) {
+    return text.find_first_of(BLANKS) != std::string_view::npos;
+}
+
+// Takes text apart at the equals sign at this place, if both sides are then one run of non-blanks.
+bool split_at(std::string_view text, std::size_t separator, std::string& name, std::string& value) {
+    const auto left = trimmed(text.substr(0, separator));
+    const auto right = trimmed(text.substr(separator + 1));
+    if (text[separator] != '=' || left.empty() || right.empty() || has_blank(left) ||
+        has_blank(right)) {
+        return false;
+    }
+    name = left;
+    value = right;
+    return true;
+}
+
+} // namespace
+
+std::string read_line(std::istream& input) {
+    // getline ends what it stores with a zero byte, so the rest of the buffer is never read and
+    // need not be written: filling a mebibyte for each line would be most of a log call's cost.
+    const auto buffer = std::make_unique_for_overwrite<char[]>(CONFIG_LINE_BUFFER_SIZE);
+    input.getline(buffer.get(), CONFIG_LINE_BUFFER_SIZE, '\n');
+    return input.good() ? std::string(buffer.get()) : std::string();
+}
+
+bool split_name_value_pair(const std::string& line, std::string& name, std::string& value) {
+    // The name takes as much as it can, so of several equals signs the last one decides that leaves
+    // both sides valid; no sign before the last word but the nearest one can.
+    const auto text = trimmed(line);
+    const auto last_blank = text.find_last_of(BLANKS);
+    if (last_blank == std::string_view::npos) {
+        const auto sign =
+            text.size() < 2 ? std::string_view::npos : text.rfind('=', text.size() - 2);
+        return sign != std::string_view::npos && split_at(text, sign, name, value);
+    }
+    return split_at(text, last_blank + 1, name, value) ||
+           split_at(text, text.find_last_not_of(BLANKS, last_blank), name, value);
+}
+
+std::string read_config_setting(const std::string& config_key) {
+    std::ifstream input_stream("/etc/zor-card-printer.conf");
+    while (input_stream.good()) {
+        const auto line = read_line(input_stream);
+        std::string name;
+        std::string value;
+        if (split_name_value_pair(line, name, value) && name == config_key) {
+            return value;
+        }
+    }
+    return {};
+}
+
+int read_config_int_setting(const std::string& config_key, int default_value) {
+    const auto raw_value = read_config_setting(config_key);
+    if (raw_value.empty()) {
+        return default_value;
+    }
+    std::istringstream parser(raw_value);
+    int value = 0;
+    return parser >> value ? value : default_value;
+}
+
+int gui_config_get_diagnostic_level() {
+    return read_config_int_setting("diagnostics.level", 0);
+}

@@ -1,0 +1,395 @@
+#include "command_interpreter.h"
+
+#include <algorithm>
+#include <array>
+
+namespace printer_simulator {
+
+namespace {
+
+constexpr std::uint64_t DEFAULT_GARBAGE = 64;
+constexpr std::chrono::milliseconds DEFAULT_FAIL_AGAIN_AFTER{1000};
+
+bool is_digit(std::string_view text) {
+    return !text.empty() && text.front() >= '0' && text.front() <= '9';
+}
+
+std::uint64_t fault_value(FaultValue kind, Tokenizer& words) {
+    switch (kind) {
+    case FaultValue::none:
+        return 0;
+    case FaultValue::time:
+        return static_cast<std::uint64_t>(parse_time(words.require("MS"), "time").count());
+    case FaultValue::size:
+        return parse_size(words.require("number of bytes"), "size");
+    case FaultValue::optional_size:
+        break;
+    }
+    return is_digit(words.remainder()) ? parse_size(words.require("number of bytes"), "size")
+                                       : DEFAULT_GARBAGE;
+}
+
+FaultTarget parse_target(const std::string& word) {
+    if (word == "status") {
+        return FaultTarget::status;
+    }
+    if (word == "commands") {
+        return FaultTarget::commands;
+    }
+    if (word == "both") {
+        return FaultTarget::both;
+    }
+    throw CommandError("unknown target \"" + word + "\"; it is status, commands or both");
+}
+
+void read_fault_option(Fault& fault, const std::string& option, Tokenizer& words) {
+    const bool spoils_replies = fault.kind != FaultKind::none && fault.kind != FaultKind::refuse;
+    if (option == "times" && spoils_replies) {
+        fault.times = parse_number(words.require("count after \"times\""), "count");
+        if (*fault.times == 0) {
+            throw CommandError("bad count \"0\"");
+        }
+    } else if (option == "on" && spoils_replies) {
+        fault.target = parse_target(words.require("target after \"on\""));
+    } else if (option == "hold" && fault.kind == FaultKind::lie) {
+        fault.hold = true;
+    } else if (option == "bare" && fault.kind == FaultKind::garbage) {
+        fault.bare = true;
+    } else {
+        throw CommandError("\"" + option + "\" does not go with this fault");
+    }
+}
+
+} // namespace
+
+Fault parse_fault_words(Tokenizer& words) {
+    const std::string name = words.require("kind of fault");
+    const auto known = fault_words();
+    const auto entry = std::find_if(known.begin(), known.end(),
+                                    [&](const FaultWord& word) { return word.name == name; });
+    if (entry == known.end()) {
+        throw CommandError("unknown fault \"" + name + "\"");
+    }
+    Fault fault;
+    fault.kind = entry->kind;
+    fault.value = fault_value(entry->value, words);
+    const bool has_body = fault.kind == FaultKind::big || fault.kind == FaultKind::garbage;
+    if (has_body && fault.value > REQUEST_LIMIT) {
+        throw CommandError("size too large, at most 1G");
+    }
+    while (const auto option = words.next()) {
+        read_fault_option(fault, *option, words);
+    }
+    return fault;
+}
+
+CommandInterpreter::CommandInterpreter(PrinterService& service, Timeline& timeline,
+                                       InterpreterOutput output)
+    : service_(service), timeline_(timeline), output_(std::move(output)) {}
+
+const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::commands() {
+    using Self = CommandInterpreter;
+    static const std::vector<CommandEntry> entries = {
+        {"error", &Self::parse_error, "error PRINTER JOB CODE SEVERITY [TEXT]",
+         "report an error of a job (one per job; a second replaces it)"},
+        {"clear", &Self::parse_clear, "clear PRINTER JOB", "withdraw the error of a job"},
+        {"clear-all", &Self::parse_clear_all, "clear-all", "withdraw all errors"},
+        {"fail-again", &Self::parse_fail_again, "fail-again PRINTER JOB TIMES [AFTER]",
+         "let the next TIMES retries of a job fail again, 1s or AFTER later"},
+        {"raw", &Self::parse_raw, "raw TEXT", "publish a text as it is"},
+        {"raw-file", &Self::parse_raw_file, "raw-file PATH", "publish a file's content"},
+        {"fault", &Self::parse_fault,
+         "fault KIND [VALUE] [times N] [on status|commands|both] [hold] [bare]",
+         "none, refuse, silent, delay MS, cut BYTES, lie LENGTH [hold], trickle MS, "
+         "garbage [BYTES] [bare], big BYTES, empty"},
+        {"stop", &Self::parse_stop, "stop [TIME]", "go down, and come back after TIME"},
+        {"start", &Self::parse_start, "start", "come back"},
+        {"repeat", &Self::parse_repeat, "repeat N [every TIME] COMMAND",
+         "N times; {n} in COMMAND becomes 1, 2, 3 ..."},
+        {"list", &Self::parse_list, "list", "show the open errors"},
+        {"help", &Self::parse_help, "help", "show this"},
+        {"quit", &Self::parse_quit, "quit", "end the simulator"},
+    };
+    return entries;
+}
+
+CommandInterpreter::TimedLine CommandInterpreter::split_time(std::string_view line) {
+    if (line.empty() || (line.front() != '+' && line.front() != '@')) {
+        return {0, std::chrono::milliseconds(0), line};
+    }
+    Tokenizer words(line.substr(1));
+    const std::chrono::milliseconds time = parse_time(words.require("time"), "time");
+    const std::string_view command = words.remainder();
+    if (command.empty()) {
+        throw CommandError("missing command after the time");
+    }
+    return {line.front(), time, command};
+}
+
+void CommandInterpreter::execute(std::string_view line, const std::string& where) {
+    const std::string_view text = Tokenizer(line).remainder();
+    if (text.empty() || text.front() == '#') {
+        return;
+    }
+    try {
+        const TimedLine timed = split_time(text);
+        Action action = parse_command(timed.command, where);
+        if (timed.sign == 0) {
+            action();
+            return;
+        }
+        const Clock::time_point base = timed.sign == '@' ? made_at_ : Clock::now();
+        timeline_.at(base + timed.time,
+                     [this, action = std::move(action), where] { run(action, where); });
+    } catch (const CommandError& error) {
+        output_.complain(where, error.what());
+    }
+}
+
+void CommandInterpreter::plan_scenario(std::string_view text, const std::string& source) {
+    const Clock::time_point start = Clock::now();
+    Clock::time_point due = start;
+    unsigned number = 0;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        const std::string_view line = Tokenizer(text.substr(0, end)).remainder();
+        text.remove_prefix(std::min(end + 1, text.size()));
+        const std::string where = source + ":" + std::to_string(++number);
+        if (line.empty() || line.front() == '#') {
+            continue;
+        }
+        try {
+            const TimedLine timed = split_time(line);
+            due = (timed.sign == '@' ? start : due) + timed.time;
+            timeline_.at(due, [this, action = parse_command(timed.command, where), where] {
+                run(action, where);
+            });
+        } catch (const CommandError& error) {
+            output_.complain(where, error.what());
+        }
+    }
+}
+
+void CommandInterpreter::run(const Action& action, const std::string& where) {
+    try {
+        action();
+    } catch (const CommandError& error) {
+        output_.complain(where, error.what());
+    }
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_command(std::string_view command,
+                                                             const std::string& where) {
+    Tokenizer words(command);
+    const std::string name = words.require("command");
+    for (const CommandEntry& entry : commands()) {
+        if (entry.name != name) {
+            continue;
+        }
+        try {
+            return (this->*entry.parser)(words, where);
+        } catch (const CommandError& error) {
+            throw CommandError(std::string(error.what()) + "; usage: " + std::string(entry.usage));
+        }
+    }
+    throw CommandError("unknown command \"" + name + "\"; \"help\" shows all");
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_error(Tokenizer& words, const std::string&) {
+    PrinterError error;
+    error.printer = words.require("PRINTER");
+    error.job = words.require("JOB");
+    error.code = words.require("CODE");
+    error.severity = words.require("SEVERITY");
+    const bool has_text = !words.remainder().empty();
+    error.text = has_text ? words.rest_of_line() : "Printer error " + error.code + ".";
+    return [this, error] {
+        service_.publish_error(error);
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_clear(Tokenizer& words, const std::string&) {
+    const std::string printer = words.require("PRINTER");
+    const std::string job = words.require("JOB");
+    words.expect_end();
+    return [this, printer, job] {
+        if (!service_.clear(printer, job)) {
+            throw CommandError("job \"" + escaped_text(job) + "\" of printer \"" +
+                               escaped_text(printer) + "\" has no open error");
+        }
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_clear_all(Tokenizer& words,
+                                                               const std::string&) {
+    words.expect_end();
+    return [this] {
+        service_.clear_all();
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_raw(Tokenizer& words, const std::string&) {
+    if (words.remainder().empty()) {
+        throw CommandError("missing TEXT (\"\" for the empty text)");
+    }
+    return [this, text = words.rest_of_line()] {
+        service_.publish_raw(text);
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_raw_file(Tokenizer& words,
+                                                              const std::string&) {
+    const std::string path = words.require("PATH");
+    words.expect_end();
+    return [this, path] {
+        service_.publish_raw(file_content(path));
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_fail_again(Tokenizer& words,
+                                                                const std::string&) {
+    const std::string printer = words.require("PRINTER");
+    const std::string job = words.require("JOB");
+    const std::uint64_t times = parse_number(words.require("TIMES"), "count");
+    const auto after_word = words.next();
+    const auto after = after_word ? parse_time(*after_word, "time") : DEFAULT_FAIL_AGAIN_AFTER;
+    words.expect_end();
+    return [=, this] {
+        service_.plan_failures(printer, job, times, after);
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_fault(Tokenizer& words, const std::string&) {
+    const Fault fault = parse_fault_words(words);
+    return [this, fault] {
+        try {
+            service_.set_fault(fault);
+        } catch (const std::runtime_error& error) {
+            throw CommandError(error.what());
+        }
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_stop(Tokenizer& words, const std::string&) {
+    std::optional<std::chrono::milliseconds> back_after;
+    if (const auto word = words.next()) {
+        back_after = parse_time(*word, "time");
+    }
+    words.expect_end();
+    return [this, back_after] {
+        service_.stop(back_after);
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_start(Tokenizer& words, const std::string&) {
+    words.expect_end();
+    return [this] {
+        try {
+            service_.start();
+        } catch (const std::runtime_error& error) {
+            throw CommandError(error.what());
+        }
+    };
+}
+
+std::string CommandInterpreter::substituted(const std::string& command, std::uint64_t number) {
+    constexpr std::string_view PLACE = "{n}";
+    std::string out;
+    std::size_t from = 0;
+    for (std::size_t at = command.find(PLACE); at != std::string::npos;
+         at = command.find(PLACE, from)) {
+        out.append(command, from, at - from).append(std::to_string(number));
+        from = at + PLACE.size();
+    }
+    return out.append(command, from);
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_repeat(Tokenizer& words,
+                                                            const std::string& where) {
+    Repetition repetition;
+    repetition.count = parse_number(words.require("N"), "count");
+    repetition.every = std::chrono::milliseconds(0);
+    if (words.remainder().starts_with("every ")) {
+        words.require("every");
+        repetition.every = parse_time(words.require("TIME"), "time");
+    }
+    repetition.command = words.remainder();
+    repetition.where = where;
+    // A bad command is to be found now, not when its time has come.
+    parse_command(substituted(repetition.command, 1), where);
+    if (repetition.every.count() != 0) {
+        return [this, repetition] {
+            repeat_every(repetition, 1);
+        };
+    }
+    return [this, repetition] {
+        for (std::uint64_t number = 1; number <= repetition.count; ++number) {
+            parse_command(substituted(repetition.command, number), repetition.where)();
+        }
+    };
+}
+
+void CommandInterpreter::repeat_every(const Repetition& repetition, std::uint64_t number) {
+    if (number > repetition.count) {
+        return;
+    }
+    const Clock::time_point next = Clock::now() + repetition.every;
+    run(parse_command(substituted(repetition.command, number), repetition.where), repetition.where);
+    if (number < repetition.count) {
+        timeline_.at(next, [this, repetition, number] { repeat_every(repetition, number + 1); });
+    }
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_list(Tokenizer& words, const std::string&) {
+    words.expect_end();
+    return [this] {
+        list();
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_help(Tokenizer& words, const std::string&) {
+    words.expect_end();
+    return [this] {
+        help();
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_quit(Tokenizer& words, const std::string&) {
+    words.expect_end();
+    return [this] {
+        output_.quit();
+    };
+}
+
+void CommandInterpreter::list() {
+    const auto errors = service_.model().open_errors();
+    for (const auto& open : errors) {
+        output_.answer(Occurrence("open error")
+                           .text("printer", open.error.printer)
+                           .text("job", open.error.job)
+                           .text("error_code", open.error.code)
+                           .text("severity", open.error.severity)
+                           .text("text", open.error.text)
+                           .number("event", open.event)
+                           .line());
+    }
+    output_.answer(Occurrence("listed")
+                       .number("errors", errors.size())
+                       .number("events", service_.model().newest_event())
+                       .word("listening", service_.is_listening() ? "yes" : "no")
+                       .number("connections", service_.connection_count())
+                       .text("fault", service_.fault().description())
+                       .line());
+}
+
+void CommandInterpreter::help() {
+    for (const CommandEntry& entry : commands()) {
+        output_.answer("  " + std::string(entry.usage));
+        output_.answer("      " + std::string(entry.help));
+    }
+    output_.answer("  A time in front lets a line wait: \"+500ms COMMAND\", \"@2s COMMAND\".");
+    output_.answer(
+        "  Put names with blanks in double quotes; \\n, \\\", \\xFF and so on work there.");
+}
+
+} // namespace printer_simulator

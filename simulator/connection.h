@@ -1,0 +1,79 @@
+// One accepted connection: reads one request frame, sends one reply as planned, closes cleanly.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "fault.h"
+#include "glib_support.h"
+#include "wire.h"
+
+namespace printer_simulator {
+
+/// Never blocks. Everything runs on the context's thread.
+///
+/// After the last byte of the reply the sending side is shut down, and the connection is finished
+/// when the peer has closed too, at the latest 5 seconds later. Until the peer closes or a reply is
+/// complete nothing ever times out here: a connection without a byte may stay for hours.
+class Connection {
+public:
+    /// Chooses the reply to a complete request text.
+    using AnswerFunction = std::function<ReplyPlan(Connection&)>;
+    /// Told once, when the socket is closed. Must not destroy the connection, whose functions may
+    /// still be running, but may arrange for that later.
+    using FinishedFunction = std::function<void(Connection&)>;
+
+    /// `socket_connection` is shared with the caller. Reading begins at `start`.
+    Connection(std::uint64_t id, GSocketConnection* socket_connection, GMainContext* context,
+               AnswerFunction answer, FinishedFunction finished);
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection();
+
+    void start();
+
+    /// Closes the socket at once, whatever is going on.
+    void finish();
+
+    std::uint64_t id() const noexcept { return id_; }
+    const FrameReader& request() const noexcept { return request_; }
+    std::uint64_t received_bytes() const noexcept { return received_bytes_; }
+    std::uint64_t sent_bytes() const noexcept { return sent_bytes_; }
+    /// `silent` without a byte, `served` after a whole reply plan, else `broken`.
+    std::string_view outcome() const noexcept;
+
+private:
+    enum class State { reading, waiting, sending, closing, closed };
+
+    bool read_available();
+    void take(std::string_view bytes);
+    void answer_request();
+    void begin_sending();
+    void send_more();
+    bool send_piece(std::size_t limit);
+    void all_sent();
+    void peer_closed();
+
+    const std::uint64_t id_;
+    GObjectPtr<GSocketConnection> connection_;
+    GSocket* const socket_;
+    GMainContext* const context_;
+    AnswerFunction answer_;
+    FinishedFunction finished_;
+
+    State state_ = State::reading;
+    FrameReader request_;
+    ReplyPlan reply_;
+    std::uint64_t received_bytes_ = 0;
+    std::uint64_t sent_bytes_ = 0;
+    bool everything_sent_ = false;
+    bool peer_is_done_ = false;
+    MainSource input_;
+    MainSource output_;
+    MainSource timer_; // the delay, the trickle or the last grace period: never two at once
+};
+
+} // namespace printer_simulator

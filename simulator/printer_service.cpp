@@ -1,0 +1,358 @@
+#include "printer_service.h"
+
+#include <stdexcept>
+
+namespace printer_simulator {
+
+namespace {
+
+constexpr int BACKLOG = 512;
+constexpr std::uint16_t FREE_PORT_FIRST = 20000;
+constexpr std::uint16_t FREE_PORT_LAST = 32767;
+constexpr int FREE_PORT_ATTEMPTS = 200;
+constexpr std::size_t SHOWN_TEXT_LIMIT = 65536;
+
+std::string_view quoted_name(Quoted quoted) {
+    switch (quoted) {
+    case Quoted::none:
+        return "none";
+    case Quoted::known:
+        return "known";
+    case Quoted::unknown:
+        return "unknown";
+    }
+    return "";
+}
+
+std::string_view event_kind_name(const PublishedEvent& event) {
+    if (!event.kind) {
+        return "raw";
+    }
+    return *event.kind == EventKind::show ? "show" : "remove";
+}
+
+} // namespace
+
+PrinterService::PrinterService(ServiceObserver observer, std::size_t history_limit)
+    : observer_(std::move(observer)), context_(g_main_context_ref_thread_default()),
+      model_(history_limit) {}
+
+PrinterService::~PrinterService() {
+    observer_ = {};
+    stop();
+}
+
+bool PrinterService::try_listen(std::uint16_t port, GErrorPtr& error) {
+    const GObjectPtr<GInetAddress> loopback(g_inet_address_new_loopback(G_SOCKET_FAMILY_IPV4));
+    const GObjectPtr<GSocketAddress> address(g_inet_socket_address_new(loopback.get(), port));
+    GObjectPtr<GSocketService> listener(g_socket_service_new());
+    g_socket_listener_set_backlog(G_SOCKET_LISTENER(listener.get()), BACKLOG);
+    GError* raw_error = nullptr;
+    if (!g_socket_listener_add_address(G_SOCKET_LISTENER(listener.get()), address.get(),
+                                       G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP, nullptr,
+                                       nullptr, &raw_error)) {
+        error.reset(raw_error);
+        return false;
+    }
+    const auto incoming = +[](GSocketService*, GSocketConnection* socket_connection, GObject*,
+                              gpointer service) -> gboolean {
+        static_cast<PrinterService*>(service)->accepted(socket_connection);
+        return TRUE;
+    };
+    g_signal_connect(listener.get(), "incoming", G_CALLBACK(incoming), this);
+    g_socket_service_start(listener.get());
+    listener_ = std::move(listener);
+    port_ = port;
+    return true;
+}
+
+void PrinterService::listen(std::uint16_t port) {
+    stop_listening();
+    GErrorPtr error;
+    if (port != 0) {
+        if (!try_listen(port, error)) {
+            throw std::runtime_error("cannot listen on 127.0.0.1 port " + std::to_string(port) +
+                                     ": " + error->message);
+        }
+        return;
+    }
+    for (int attempt = 0; attempt < FREE_PORT_ATTEMPTS; ++attempt) {
+        const auto candidate =
+            static_cast<std::uint16_t>(g_random_int_range(FREE_PORT_FIRST, FREE_PORT_LAST + 1));
+        if (try_listen(candidate, error)) {
+            return;
+        }
+    }
+    throw std::runtime_error(std::string("cannot find a free port: ") + error->message);
+}
+
+void PrinterService::stop_listening() {
+    if (listener_ == nullptr) {
+        return;
+    }
+    g_signal_handlers_disconnect_by_data(listener_.get(), this);
+    g_socket_service_stop(listener_.get());
+    g_socket_listener_close(G_SOCKET_LISTENER(listener_.get()));
+    listener_.reset();
+}
+
+void PrinterService::resume_listening() {
+    if (listener_ == nullptr && port_ != 0) {
+        listen(port_);
+    }
+}
+
+void PrinterService::accepted(GSocketConnection* socket_connection) {
+    finished_.clear();
+    const std::uint64_t id = ++last_connection_id_;
+    tell(Occurrence("connection opened").number("id", id).routine());
+    auto connection = std::make_unique<Connection>(
+        id, socket_connection, context_.get(), [this](Connection& c) { return answer(c); },
+        [this](Connection& c) { connection_finished(c); });
+    connection->start();
+    connections_.emplace(id, std::move(connection));
+}
+
+void PrinterService::connection_finished(Connection& connection) {
+    if (connection.request().state() == FrameReader::State::too_long) {
+        tell(Occurrence("request refused")
+                 .number("connection", connection.id())
+                 .number("announced", connection.request().announced())
+                 .number("limit", REQUEST_LIMIT));
+    }
+    tell(Occurrence("connection closed")
+             .number("id", connection.id())
+             .word("outcome", connection.outcome())
+             .number("received", connection.received_bytes())
+             .number("sent", connection.sent_bytes())
+             .routine(connection.outcome() != "broken"));
+    auto node = connections_.extract(connection.id());
+    if (!node.empty()) {
+        finished_.push_back(std::move(node.mapped()));
+    }
+}
+
+ReplyPlan PrinterService::answer(Connection& connection) {
+    const FrameReader& request = connection.request();
+    if (observer_.exchanged) {
+        observer_.exchanged(connection.id(), true, request.prefix() + request.text());
+    }
+    const std::string_view text = request.text();
+    ReplyPlan plan;
+    if (text.starts_with(STATUS_REQUEST)) {
+        plan = answer_status(connection, text.substr(STATUS_REQUEST.size()));
+    } else if (const auto command = parse_job_command(text)) {
+        plan = answer_command(connection, *command);
+    } else {
+        plan = answer_unreadable(connection);
+    }
+    if (observer_.exchanged && !plan.withheld) {
+        observer_.exchanged(connection.id(), false, plan.bytes);
+    }
+    return plan;
+}
+
+ReplyPlan PrinterService::answer_status(const Connection& connection, std::string_view quoted) {
+    const StatusReply reply = model_.choose_reply(quoted);
+    const bool routine = reply.quoted == Quoted::known && !reply.is_new;
+    tell(Occurrence("request status")
+             .number("connection", connection.id())
+             .number("size", connection.request().text().size())
+             .word("quoted", quoted_name(reply.quoted))
+             .number("position", reply.position)
+             .routine(reply.quoted == Quoted::known));
+    Occurrence occurrence("reply status");
+    occurrence.number("connection", connection.id())
+        .number("event", reply.event)
+        .word("new", reply.is_new ? "yes" : "no");
+    SpoiledReply spoiled = with_fault(fault_.applies_to_status(), reply.text, occurrence);
+    tell(occurrence.routine(routine && !occurrence.has("fault")));
+    switch (spoiled.delivery) {
+    case SpoiledReply::Delivery::whole:
+        model_.reply_sent(reply);
+        break;
+    case SpoiledReply::Delivery::padded:
+        model_.reply_padded(reply, spoiled.text);
+        break;
+    case SpoiledReply::Delivery::replaced:
+        model_.reply_spoiled(reply, spoiled.text);
+        break;
+    case SpoiledReply::Delivery::failed:
+        break;
+    }
+    return std::move(spoiled.plan);
+}
+
+ReplyPlan PrinterService::answer_command(const Connection& connection, const JobCommand& command) {
+    const CommandOutcome outcome = model_.execute(command);
+    tell(Occurrence("request command")
+             .number("connection", connection.id())
+             .number("size", connection.request().text().size())
+             .text("printer", command.printer)
+             .text("job", command.job)
+             .word("action", std::to_string(command.action))
+             .word("action_name", action_name(command.action))
+             .text("error_code", command.error_code)
+             .word("known", outcome.job_known ? "yes" : "no")
+             .text("text", connection.request().text()));
+    if (outcome.withdrawn) {
+        tell_published(*outcome.withdrawn);
+    }
+    if (outcome.fails_again_after) {
+        schedule_failure(command, *outcome.fails_again_after);
+    }
+    if (!outcome.action_known) {
+        return action_result(connection, "unknown-action");
+    }
+    return action_result(connection, outcome.job_known ? "accepted" : "unknown-job");
+}
+
+ReplyPlan PrinterService::answer_unreadable(const Connection& connection) {
+    const std::string& text = connection.request().text();
+    tell(Occurrence("request unreadable")
+             .number("connection", connection.id())
+             .number("size", text.size())
+             .text("text", std::string_view(text).substr(0, SHOWN_TEXT_LIMIT)));
+    return action_result(connection, "unreadable-request");
+}
+
+ReplyPlan PrinterService::action_result(const Connection& connection, std::string_view result) {
+    Occurrence occurrence("reply command");
+    occurrence.number("connection", connection.id()).word("result", result);
+    SpoiledReply spoiled =
+        with_fault(fault_.applies_to_commands(), action_result_document(result), occurrence);
+    tell(occurrence);
+    return std::move(spoiled.plan);
+}
+
+SpoiledReply PrinterService::with_fault(bool applies, const std::string& text,
+                                        Occurrence& occurrence) {
+    if (!applies) {
+        ReplyPlan plan = plain_reply(text);
+        occurrence.number("size", plan.bytes.size());
+        return {std::move(plan), SpoiledReply::Delivery::whole, {}};
+    }
+    SpoiledReply spoiled = spoiled_reply(fault_, text, random_);
+    occurrence.number("size", spoiled.plan.bytes.size()).text("fault", fault_.description());
+    use_up_fault();
+    return spoiled;
+}
+
+void PrinterService::use_up_fault() {
+    if (fault_.times && --*fault_.times == 0) {
+        fault_ = {};
+        tell(Occurrence("fault ended"));
+    }
+}
+
+void PrinterService::schedule_failure(const JobCommand& command, std::chrono::milliseconds after) {
+    const std::uint64_t id = ++last_failure_id_;
+    tell(Occurrence("failure planned")
+             .text("printer", command.printer)
+             .text("job", command.job)
+             .number("after_ms", static_cast<std::uint64_t>(after.count())));
+    failures_[id] = MainSource::timer(
+        context_.get(), after, [this, id, printer = command.printer, job = command.job] {
+            if (const auto event = model_.fail_again_now(printer, job)) {
+                tell_published(*event);
+            }
+            failures_.erase(id);
+            return false;
+        });
+}
+
+void PrinterService::publish_error(const PrinterError& error) {
+    tell_published(model_.publish_error(error));
+}
+
+void PrinterService::publish_raw(std::string text) {
+    tell_published(model_.publish_raw(std::move(text)));
+}
+
+bool PrinterService::clear(const std::string& printer, const std::string& job) {
+    const auto event = model_.clear(printer, job);
+    if (event) {
+        tell_published(*event);
+    }
+    return event.has_value();
+}
+
+std::size_t PrinterService::clear_all() {
+    const std::vector<PublishedEvent> events = model_.clear_all();
+    for (const PublishedEvent& event : events) {
+        tell_published(event);
+    }
+    return events.size();
+}
+
+void PrinterService::plan_failures(const std::string& printer, const std::string& job,
+                                   std::uint64_t times, std::chrono::milliseconds after) {
+    model_.plan_failures(printer, job, times, after);
+}
+
+void PrinterService::set_fault(const Fault& fault) {
+    fault_ = fault;
+    comeback_.reset();
+    tell(Occurrence("fault set").text("fault", fault.description()));
+    if (fault.kind == FaultKind::refuse) {
+        stop_listening();
+    } else {
+        resume_listening();
+    }
+}
+
+void PrinterService::stop(std::optional<std::chrono::milliseconds> back_after) {
+    stop_listening();
+    while (!connections_.empty()) {
+        connections_.begin()->second->finish();
+    }
+    finished_.clear();
+    tell(Occurrence("service stopped").number("port", port_));
+    comeback_.reset();
+    if (back_after) {
+        comeback_ = MainSource::timer(context_.get(), *back_after, [this] {
+            try {
+                start();
+                return false;
+            } catch (const std::runtime_error& error) {
+                tell(Occurrence("service not started").text("reason", error.what()));
+                return true;
+            }
+        });
+    }
+}
+
+void PrinterService::start() {
+    if (is_listening()) {
+        return;
+    }
+    if (fault_.kind == FaultKind::refuse) {
+        fault_ = {};
+    }
+    resume_listening();
+    comeback_.reset();
+    tell(Occurrence("service started").number("port", port_));
+}
+
+void PrinterService::tell_published(const PublishedEvent& event) {
+    Occurrence occurrence("event published");
+    occurrence.number("event", event.number)
+        .word("kind", event_kind_name(event))
+        .number("size", event.size);
+    if (event.kind) {
+        occurrence.text("printer", event.error.printer)
+            .text("job", event.error.job)
+            .text("error_code", event.error.code)
+            .text("severity", event.error.severity)
+            .text("text", event.error.text);
+    }
+    tell(occurrence);
+}
+
+void PrinterService::tell(const Occurrence& occurrence) const {
+    if (observer_.occurred) {
+        observer_.occurred(occurrence);
+    }
+}
+
+} // namespace printer_simulator

@@ -1,0 +1,114 @@
+// The simulated printer service: listens on 127.0.0.1, serves the model, shows faults on request.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "connection.h"
+#include "fault.h"
+#include "glib_support.h"
+#include "occurrence.h"
+#include "printer_model.h"
+
+namespace printer_simulator {
+
+/// The port of the printer service link.
+inline constexpr std::uint16_t PRINTER_SERVICE_PORT = 1753;
+
+/// Those who watch a service. Both are called on the service's thread, in the middle of the
+/// service's work: they may keep what they are told, but must not call the service.
+struct ServiceObserver {
+    /// Something happened.
+    std::function<void(const Occurrence&)> occurred;
+    /// A request came in whole, or its reply is about to go out: the frame as it is on the wire.
+    std::function<void(std::uint64_t connection, bool is_request, std::string_view frame)>
+        exchanged;
+};
+
+/// One simulated printer service.
+///
+/// It belongs to the thread that makes it and to that thread's default main context
+/// (`g_main_context_push_thread_default`, or else the global default context), which must be
+/// running for connections to be served. All functions, the destructor too, are for that thread;
+/// `ServiceThread` carries calls from others over. Several services may run side by side.
+class PrinterService {
+public:
+    explicit PrinterService(ServiceObserver observer = {},
+                            std::size_t history_limit = EventHistory::DEFAULT_LIMIT);
+    PrinterService(const PrinterService&) = delete;
+    PrinterService& operator=(const PrinterService&) = delete;
+    ~PrinterService();
+
+    /// Starts to listen on 127.0.0.1. Port 0 takes a free one below the range from which the
+    /// kernel takes the ports of outgoing connections, so that no client gets it while the service
+    /// is stopped. Throws std::runtime_error with the reason when the port cannot be had.
+    void listen(std::uint16_t port);
+    /// The port of the last `listen`; 0 before.
+    std::uint16_t port() const noexcept { return port_; }
+    bool is_listening() const noexcept { return listener_ != nullptr; }
+
+    void publish_error(const PrinterError& error);
+    void publish_raw(std::string text);
+    /// False when the job has no open error.
+    bool clear(const std::string& printer, const std::string& job);
+    /// The number of errors withdrawn.
+    std::size_t clear_all();
+    void plan_failures(const std::string& printer, const std::string& job, std::uint64_t times,
+                       std::chrono::milliseconds after);
+
+    /// Replaces the fault on show. A refusal stops listening, any other fault resumes it.
+    void set_fault(const Fault& fault);
+    const Fault& fault() const noexcept { return fault_; }
+
+    /// Stops listening and drops every connection, as when the service's process ends; the model
+    /// keeps its state. With a time it comes back by itself after that.
+    void stop(std::optional<std::chrono::milliseconds> back_after = std::nullopt);
+    /// Listens again on the same port. Throws as `listen`.
+    void start();
+
+    const PrinterModel& model() const noexcept { return model_; }
+    std::size_t connection_count() const noexcept { return connections_.size(); }
+
+private:
+    bool try_listen(std::uint16_t port, GErrorPtr& error);
+    void stop_listening();
+    void resume_listening();
+    void accepted(GSocketConnection* socket_connection);
+    void connection_finished(Connection& connection);
+
+    ReplyPlan answer(Connection& connection);
+    ReplyPlan answer_status(const Connection& connection, std::string_view quoted);
+    ReplyPlan answer_command(const Connection& connection, const JobCommand& command);
+    ReplyPlan answer_unreadable(const Connection& connection);
+    ReplyPlan action_result(const Connection& connection, std::string_view result);
+    SpoiledReply with_fault(bool applies, const std::string& text, Occurrence& occurrence);
+    void use_up_fault();
+
+    void schedule_failure(const JobCommand& command, std::chrono::milliseconds after);
+    void tell_published(const PublishedEvent& event);
+    void tell(const Occurrence& occurrence) const;
+
+    ServiceObserver observer_;
+    GMainContextPtr context_;
+    PrinterModel model_;
+    std::uint16_t port_ = 0;
+    GObjectPtr<GSocketService> listener_;
+    Fault fault_;
+    std::mt19937 random_; // seeded alike each time, so that garbage can be repeated
+    std::uint64_t last_connection_id_ = 0;
+    std::map<std::uint64_t, std::unique_ptr<Connection>> connections_;
+    std::vector<std::unique_ptr<Connection>> finished_; // freed at the next connection
+    std::uint64_t last_failure_id_ = 0;
+    std::map<std::uint64_t, MainSource> failures_; // jobs about to fail again
+    MainSource comeback_;
+};
+
+} // namespace printer_simulator

@@ -1,0 +1,139 @@
+#include "simulator_program.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <stdexcept>
+
+namespace printer_simulator {
+
+SimulatorProgram::SimulatorProgram(ProgramOptions options)
+    : options_(std::move(options)),
+      loop_(g_main_loop_new(nullptr, FALSE)),
+      service_({[this](const Occurrence& occurrence) { show(occurrence); },
+                options_.capture_directory.empty()
+                    ? std::function<void(std::uint64_t, bool, std::string_view)>()
+                    : [this](std::uint64_t connection, bool is_request, std::string_view frame) {
+                          capture(connection, is_request, frame);
+                      }}),
+      timeline_(nullptr, [this] { end_if_all_is_done(); }),
+      interpreter_(service_, timeline_,
+                   {[this](std::string_view line) { write_line(line); },
+                    [](const std::string& where, const std::string& message) {
+                        std::fprintf(stderr, "%s: %s\n", where.c_str(), message.c_str());
+                    },
+                    [this] { end("quit"); }}),
+      input_lines_([this](std::string_view line, unsigned number) {
+          interpreter_.execute(line, "stdin:" + std::to_string(number));
+      }) {}
+
+int SimulatorProgram::run() {
+    if (!options_.capture_directory.empty() &&
+        g_mkdir_with_parents(options_.capture_directory.c_str(), 0755) != 0) {
+        throw std::runtime_error("cannot make directory " + options_.capture_directory);
+    }
+    const auto on_signal = [this] {
+        end("signal");
+        return true;
+    };
+    terminate_signal_ = MainSource::unix_signal(nullptr, SIGTERM, on_signal);
+    interrupt_signal_ = MainSource::unix_signal(nullptr, SIGINT, on_signal);
+    service_.listen(options_.port);
+    announce_readiness();
+    read_scenarios();
+    if (!options_.no_stdin) {
+        input_ =
+            MainSource::readable(nullptr, STDIN_FILENO, [this] { return read_standard_input(); });
+    }
+    g_main_loop_run(loop_.get());
+    write_line(Occurrence("ended").word("reason", end_reason_).line());
+    return 0;
+}
+
+void SimulatorProgram::announce_readiness() const {
+    show(Occurrence("ready").number("port", service_.port()));
+    if (!options_.ready_descriptor) {
+        return;
+    }
+    const std::string line = "port=" + std::to_string(service_.port()) + "\n";
+    const ssize_t written = write(*options_.ready_descriptor, line.data(), line.size());
+    if (written != static_cast<ssize_t>(line.size())) {
+        throw std::runtime_error("cannot write to descriptor " +
+                                 std::to_string(*options_.ready_descriptor));
+    }
+    close(*options_.ready_descriptor);
+}
+
+void SimulatorProgram::read_scenarios() {
+    for (const std::string& path : options_.scenarios) {
+        interpreter_.plan_scenario(file_content(path), path);
+    }
+}
+
+bool SimulatorProgram::read_standard_input() {
+    std::array<char, 65536> buffer;
+    const ssize_t count = read(STDIN_FILENO, buffer.data(), buffer.size());
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) {
+        return true;
+    }
+    if (count <= 0) {
+        input_ended();
+        return false;
+    }
+    input_lines_.feed({buffer.data(), static_cast<std::size_t>(count)});
+    return true;
+}
+
+void SimulatorProgram::input_ended() {
+    input_lines_.end();
+    input_has_ended_ = true;
+    end_if_all_is_done();
+}
+
+void SimulatorProgram::end_if_all_is_done() {
+    if (options_.exit_at_eof && input_has_ended_ && timeline_.empty()) {
+        end("end-of-input");
+    }
+}
+
+void SimulatorProgram::end(std::string_view reason) {
+    if (end_reason_.empty()) {
+        end_reason_ = reason;
+    }
+    g_main_loop_quit(loop_.get());
+}
+
+void SimulatorProgram::write_line(std::string_view line) const {
+    std::string out;
+    if (options_.timestamps) {
+        out = std::to_string(g_get_monotonic_time()) + ' ';
+    }
+    out += line;
+    out += '\n';
+    std::fwrite(out.data(), 1, out.size(), stdout);
+    std::fflush(stdout);
+}
+
+void SimulatorProgram::show(const Occurrence& occurrence) const {
+    if (options_.verbose || !occurrence.is_routine()) {
+        write_line(occurrence.line());
+    }
+}
+
+void SimulatorProgram::capture(std::uint64_t connection, bool is_request,
+                               std::string_view frame) const {
+    std::array<char, 64> name;
+    std::snprintf(name.data(), name.size(), "%06llu-%s.bin",
+                  static_cast<unsigned long long>(connection), is_request ? "request" : "reply");
+    const std::string path = options_.capture_directory + "/" + name.data();
+    std::ofstream file(path, std::ios::binary);
+    if (!file.write(frame.data(), static_cast<std::streamsize>(frame.size()))) {
+        std::fprintf(stderr, "cannot write capture: %s\n", path.c_str());
+    }
+}
+
+} // namespace printer_simulator

@@ -1,0 +1,50 @@
+// The program around the simulated service: its inputs, its output lines, its end.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "command_interpreter.h"
+#include "glib_support.h"
+#include "line_splitter.h"
+#include "printer_service.h"
+#include "program_options.h"
+#include "timeline.h"
+
+namespace printer_simulator {
+
+/// Runs on the main thread and the global default main context.
+class SimulatorProgram {
+public:
+    explicit SimulatorProgram(ProgramOptions options);
+
+    /// Listens, says so, and serves until a signal, `quit` or the end of input. Returns the exit
+    /// status: 0 for a clean end. Throws std::runtime_error when the port, a scenario or the
+    /// capture directory cannot be had.
+    int run();
+
+private:
+    void announce_readiness() const;
+    void read_scenarios();
+    bool read_standard_input();
+    void input_ended();
+    void end_if_all_is_done();
+    void end(std::string_view reason);
+    void write_line(std::string_view line) const;
+    void show(const Occurrence& occurrence) const;
+    void capture(std::uint64_t connection, bool is_request, std::string_view frame) const;
+
+    const ProgramOptions options_;
+    GMainLoopPtr loop_;
+    PrinterService service_;
+    Timeline timeline_;
+    CommandInterpreter interpreter_;
+    LineSplitter input_lines_;
+    bool input_has_ended_ = false;
+    std::string end_reason_;
+    MainSource input_;
+    MainSource terminate_signal_;
+    MainSource interrupt_signal_;
+};
+
+} // namespace printer_simulator

@@ -7,6 +7,11 @@ if(ZOR_WARNINGS_AS_ERRORS)
     add_compile_options(-Werror)
 endif()
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # Finds overlaps of 8 EiB in std::string of the standard library itself.
+    add_compile_options(-Wno-restrict)
+endif()
+
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)

@@ -155,7 +155,6 @@ void log_terminating_exception();
 bool starts_with(const std::string& text, const std::string& possible_prefix);
 template <typename T>
 T parse_text_easy(const std::string& s);
-int print_catalogue_text(const std::string& lookup_string_id);
 int run_as_gui(const char* program_path, bool show_main_window, bool valgrind_mode,
                int valgrind_num_boxes, const std::string& simulate_error, bool no_fork);
 
@@ -242,7 +241,11 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (!lookup_string_id.empty()) {
-        return print_catalogue_text(lookup_string_id);
+        const int id = parse_text_easy<int>(lookup_string_id);
+        const auto text = get_message_text(id);
+        GUI_LOG(NORMAL, "looked up string: " << id << "=" << text);
+        std::cout << (text.empty() ? "null" : text) << "\n";
+        return 0;
     }
     return run_as_gui(program_path, show_main_window, valgrind_mode, valgrind_num_boxes,
                       simulate_error, no_fork);
@@ -280,14 +283,6 @@ T parse_text_easy(const std::string& s) {
         throw std::runtime_error("Failed to parse " + s + ".");
     }
     return value;
-}
-
-int print_catalogue_text(const std::string& lookup_string_id) {
-    const int id = parse_text_easy<int>(lookup_string_id);
-    const auto text = get_message_text(id);
-    GUI_LOG(NORMAL, "looked up string: " << id << "=" << text);
-    std::cout << (text.empty() ? "null" : text) << "\n";
-    return 0;
 }
 
 int run_as_gui(const char* program_path, bool show_main_window, bool valgrind_mode,
@@ -731,7 +726,7 @@ void fit_text_area(GtkWidget* window, GtkWidget* text_view, const std::string& d
         PANGO_PIXELS_CEIL(pango_font_metrics_get_approximate_char_width(metrics));
     pango_font_metrics_unref(metrics);
     const int content_width =
-        std::min(readable_line_length * character_width, gdk_screen_width() * 6 / 10);
+        std::min(readable_line_length * character_width, gdk_screen_width() * 7 / 10);
     gtk_widget_set_size_request(scrolled_window, content_width, -1);
 
     int least_window_width = 0;

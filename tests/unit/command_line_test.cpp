@@ -1,0 +1,269 @@
+// The built program, started as a person or a script starts it, where no display is needed.
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <vector>
+
+#include "test_support.h"
+
+namespace {
+
+struct Outcome {
+    int exit_code = -1; // -1: ended by a signal
+    int signal = 0;
+    pid_t pid = 0;
+    std::string output;
+    std::string errors;
+};
+
+class Pipe {
+public:
+    Pipe() {
+        if (pipe(m_ends.data()) != 0) {
+            throw std::runtime_error("no pipe");
+        }
+    }
+    ~Pipe() {
+        close(m_ends[0]);
+        close_writer();
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    int writer() const { return m_ends[1]; }
+    void close_writer() {
+        if (m_ends[1] != -1) {
+            close(std::exchange(m_ends[1], -1));
+        }
+    }
+    std::string read_all() {
+        std::string text;
+        std::array<char, 4096> buffer{};
+        for (;;) {
+            const auto count = read(m_ends[0], buffer.data(), buffer.size());
+            if (count <= 0) {
+                return text;
+            }
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+        }
+    }
+
+private:
+    std::array<int, 2> m_ends{};
+};
+
+Outcome run_program(const std::vector<std::string>& arguments) {
+    Pipe output;
+    Pipe errors;
+    std::vector<char*> argv{const_cast<char*>(ZOR_PROGRAM)};
+    for (const auto& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    Outcome outcome;
+    outcome.pid = fork();
+    if (outcome.pid == 0) {
+        dup2(output.writer(), STDOUT_FILENO);
+        dup2(errors.writer(), STDERR_FILENO);
+        execv(ZOR_PROGRAM, argv.data());
+        _exit(127);
+    }
+    output.close_writer();
+    errors.close_writer();
+    outcome.output = output.read_all();
+    outcome.errors = errors.read_all();
+    int status = 0;
+    waitpid(outcome.pid, &status, 0);
+    outcome.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    outcome.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    return outcome;
+}
+
+// The system log of the sandbox.
+class LogSocket {
+public:
+    LogSocket() : m_socket(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::string("/dev/log").copy(address.sun_path, sizeof(address.sun_path) - 1);
+        if (bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+            throw std::runtime_error("cannot be the system log; not in the sandbox?");
+        }
+    }
+    ~LogSocket() {
+        close(m_socket);
+        unlink("/dev/log");
+    }
+    LogSocket(const LogSocket&) = delete;
+    LogSocket& operator=(const LogSocket&) = delete;
+
+    // What has been logged since the last call, a datagram each.
+    std::vector<std::string> take_lines() const {
+        std::vector<std::string> lines;
+        std::vector<char> buffer(1 << 20);
+        for (;;) {
+            const auto count = recv(m_socket, buffer.data(), buffer.size(), 0);
+            if (count < 0) {
+                return lines;
+            }
+            lines.emplace_back(buffer.data(), static_cast<std::size_t>(count));
+        }
+    }
+
+private:
+    int m_socket;
+};
+
+// What follows the time stamp: `<14>Mmm dd hh:mm:ss identity[pid]: text`.
+std::string without_time(const std::string& line) {
+    return line.size() < 20 ? line : line.substr(0, 4) + line.substr(20);
+}
+
+void expect_text(const Outcome& outcome, const std::string& text) {
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_EQ(outcome.output, text);
+    EXPECT_EQ(outcome.errors, "");
+}
+
+void expect_parse_failure(const Outcome& outcome, const std::string& text) {
+    EXPECT_EQ(outcome.signal, SIGABRT);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_NE(outcome.errors.find("Failed to parse " + text + "."), std::string::npos)
+        << outcome.errors;
+}
+
+void expect_gui_started(const Outcome& outcome) {
+    // There is no display in this test, so GTK gives up: the way leads to the GUI.
+    EXPECT_EQ(outcome.exit_code, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_NE(outcome.errors.find("cannot open display"), std::string::npos) << outcome.errors;
+}
+
+TEST(Lookup, is_the_same_in_its_three_forms) {
+    const std::string text = "Message 110: Print ribbon out or missing.\n";
+    expect_text(run_program({"-g", "110"}), text);
+    expect_text(run_program({"--getstring", "110"}), text);
+    expect_text(run_program({"--getstring=110"}), text);
+}
+
+TEST(Lookup, prints_line_breaks_and_blanks_as_they_are) {
+    expect_text(run_program({"-g", "1101"}),
+                "The card took too much time to complete.\n\nThe card will be canceled.\n");
+    expect_text(run_program({"-g", "1317"}), "     \n");
+}
+
+TEST(Lookup, takes_negative_ids) {
+    expect_text(run_program({"-g", "-999993"}), "Retry\n");
+    expect_text(run_program({"--getstring=-999992"}), "Cancel\n");
+}
+
+TEST(Lookup, answers_for_an_unknown_id) {
+    expect_text(run_program({"-g", "42"}), "UNEXPECTED_TEXT_KEY:42\n");
+    expect_text(run_program({"--getstring=-7"}), "UNEXPECTED_TEXT_KEY:-7\n");
+}
+
+TEST(Lookup, takes_the_leading_number) {
+    expect_text(run_program({"-g", " 110abc"}), "Message 110: Print ribbon out or missing.\n");
+}
+
+TEST(Lookup, prints_english_whatever_the_locale) {
+    setenv("LANG", "C.UTF-8", 1);
+    setenv("LANGUAGE", "de", 1);
+    expect_text(run_program({"-g", "36"}), "OK\n");
+    unsetenv("LANGUAGE");
+}
+
+TEST(Lookup, of_no_number_ends_with_the_reason) {
+    expect_parse_failure(run_program({"-g", "abc"}), "abc");
+    expect_parse_failure(run_program({"--getstring=x1"}), "x1");
+    expect_parse_failure(run_program({"-g", "99999999999"}), "99999999999");
+}
+
+TEST(Lookup, goes_on_with_the_last_of_several) {
+    expect_text(run_program({"-g", "36", "--getstring=38"}), "Retry the card\n");
+}
+
+TEST(Lookup, takes_what_follows_even_if_it_looks_like_an_option) {
+    expect_parse_failure(run_program({"--getstring", "--no-fork"}), "--no-fork");
+    expect_parse_failure(run_program({"-g", "--in-makefile"}), "--in-makefile");
+}
+
+TEST(InMakefile, prints_nothing_and_wins_over_the_lookup) {
+    expect_text(run_program({"--in-makefile"}), "");
+    expect_text(run_program({"--in-makefile", "--getstring", "36"}), "");
+    expect_text(run_program({"-g", "abc", "--in-makefile"}), "");
+}
+
+TEST(Options, without_a_value_start_the_gui) {
+    expect_gui_started(run_program({"--no-fork"}));
+    expect_gui_started(run_program({"--no-fork", "-g"}));
+    expect_gui_started(run_program({"--no-fork", "--getstring"}));
+    expect_gui_started(run_program({"--no-fork", "--getstring="}));
+    expect_gui_started(run_program({"--no-fork", "--simulate-error="}));
+}
+
+TEST(Options, that_nobody_knows_are_ignored) {
+    expect_gui_started(run_program({"--no-fork", "--help", "--unknown", "text", "-x", ""}));
+    expect_text(run_program({"--verbose", "-g", "36", "rest"}), "OK\n");
+}
+
+TEST(Options, valgrind_keeps_the_process) {
+    expect_gui_started(run_program({"--valgrind"}));
+}
+
+TEST(Options, number_of_boxes_is_parsed_at_once) {
+    expect_gui_started(run_program({"--no-fork", "--valgrind-num-boxes=3x"}));
+    expect_parse_failure(run_program({"--valgrind-num-boxes="}), "");
+    expect_parse_failure(run_program({"--valgrind-num-boxes=x"}), "x");
+    expect_parse_failure(run_program({"--in-makefile", "--valgrind-num-boxes=x"}), "x");
+}
+
+TEST(Detaching, ends_the_starting_process_with_0) {
+    const auto outcome = run_program({});
+    EXPECT_EQ(outcome.exit_code, 0);
+}
+
+TEST(Log, is_silent_without_a_configuration_file) {
+    LogSocket log;
+    run_program({"-g", "36"});
+    EXPECT_TRUE(log.take_lines().empty());
+}
+
+TEST(Log, carries_identity_process_id_priority_and_text) {
+    LogSocket log;
+    ConfigFile config("diagnostics.level = 1\n");
+    const auto outcome = run_program({"-g", "36"});
+    const auto lines = log.take_lines();
+    ASSERT_EQ(lines.size(), 3U);
+    // Facility user (8) and priority info (6).
+    const auto begin = "<14>zor_card_printer_gui[" + std::to_string(outcome.pid) +
+                       "]: zor-card-printer-error-ui.cpp:";
+    for (const auto& line : lines) {
+        EXPECT_EQ(without_time(line).find(begin), 0U) << line;
+    }
+    EXPECT_TRUE(lines[0].ends_with(" main begin")) << lines[0];
+    EXPECT_TRUE(lines[1].ends_with(" main argc=3 argv[0]=" ZOR_PROGRAM)) << lines[1];
+    EXPECT_TRUE(lines[2].ends_with(" main looked up string: 36=OK")) << lines[2];
+}
+
+TEST(Log, tells_why_the_process_ends) {
+    LogSocket log;
+    ConfigFile config("diagnostics.level = 1\n");
+    run_program({"-g", "100%s"});
+    run_program({"-g", "%s%n"});
+    const auto lines = log.take_lines();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_TRUE(lines.back().ends_with(" terminating: Failed to parse %s%n.")) << lines.back();
+}
+
+TEST(Log, that_is_not_there_disturbs_nobody) {
+    ConfigFile config("diagnostics.level = 2\n");
+    expect_text(run_program({"-g", "36"}), "OK\n");
+}
+
+} // namespace

@@ -1,0 +1,269 @@
+#include "gui_config.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <cstring>
+#include <new>
+#include <random>
+#include <regex>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include "test_support.h"
+
+namespace {
+
+// While set, the next allocation of a line buffer is served from here.
+std::array<char, CONFIG_LINE_BUFFER_SIZE> watched_buffer;
+bool watch_next_buffer = false;
+
+} // namespace
+
+void* operator new[](std::size_t size) {
+    if (watch_next_buffer && size == watched_buffer.size()) {
+        watch_next_buffer = false;
+        return watched_buffer.data();
+    }
+    if (void* memory = std::malloc(size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+void operator delete[](void* memory) noexcept {
+    if (memory != watched_buffer.data()) {
+        std::free(memory);
+    }
+}
+
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+    operator delete[](memory);
+}
+
+namespace {
+
+struct Split {
+    bool found = false;
+    std::string name = "old name";
+    std::string value = "old value";
+
+    bool operator==(const Split&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Split& split) {
+    return stream << split.found << " [" << split.name << "] [" << split.value << "]";
+}
+
+Split split(const std::string& line) {
+    Split result;
+    result.found = split_name_value_pair(line, result.name, result.value);
+    return result;
+}
+
+Split split_by_pattern(const std::string& line) {
+    static const std::regex pattern(R"(^\s*(\S+)\s*=\s*(\S+)\s*$)");
+    Split result;
+    std::smatch matcher;
+    result.found = std::regex_search(line, matcher, pattern);
+    if (result.found) {
+        result.name = matcher[1];
+        result.value = matcher[2];
+    }
+    return result;
+}
+
+std::string printable(const std::string& line) {
+    std::ostringstream text;
+    for (const char c : line) {
+        text << (c > ' ' ? std::string(1, c) : "<" + std::to_string(+c) + ">");
+    }
+    return text.str();
+}
+
+std::string long_line(std::size_t length, char filler) {
+    return std::string(length, filler);
+}
+
+int level_of(std::string_view content) {
+    ConfigFile file(content);
+    return gui_config_get_diagnostic_level();
+}
+
+constexpr std::size_t LONGEST = 1048575;
+
+TEST(SplitNameValuePair, takes_a_line_apart) {
+    EXPECT_EQ(split("a=b"), (Split{true, "a", "b"}));
+    EXPECT_EQ(split(" \ta \t= \tb\t "), (Split{true, "a", "b"}));
+    EXPECT_EQ(split("a=b\r"), (Split{true, "a", "b"}));
+}
+
+TEST(SplitNameValuePair, gives_the_name_as_much_as_it_can) {
+    EXPECT_EQ(split("a=b=c"), (Split{true, "a=b", "c"}));
+    EXPECT_EQ(split("a=b="), (Split{true, "a", "b="}));
+    EXPECT_EQ(split("a= =b"), (Split{true, "a=", "b"}));
+    EXPECT_EQ(split("= = ="), (Split{true, "=", "="}));
+}
+
+TEST(SplitNameValuePair, leaves_name_and_value_alone_when_the_line_has_another_form) {
+    for (const char* line : {"", " ", "=", "a", "a=", "=b", "a b=c", "a=b c", "a = b c"}) {
+        EXPECT_EQ(split(line), Split{}) << line;
+    }
+}
+
+TEST(SplitNameValuePair, equals_the_pattern_for_all_short_lines) {
+    const std::string alphabet = "a= \r";
+    std::vector<std::string> lines{""};
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        ASSERT_EQ(split(lines[i]), split_by_pattern(lines[i])) << printable(lines[i]);
+        if (lines[i].size() < 7) {
+            for (const char c : alphabet) {
+                lines.push_back(lines[i] + c);
+            }
+        }
+    }
+    EXPECT_GT(lines.size(), 20000U);
+}
+
+TEST(SplitNameValuePair, equals_the_pattern_for_generated_lines) {
+    const std::string alphabet("ab#=== \t\n\v\f\r\0\x80\xff", 15);
+    std::mt19937 random(1753);
+    for (int i = 0; i < 5000; ++i) {
+        std::string line;
+        for (auto length = random() % 24; length > 0; --length) {
+            line += alphabet[random() % alphabet.size()];
+        }
+        ASSERT_EQ(split(line), split_by_pattern(line)) << printable(line);
+    }
+}
+
+TEST(ReadLine, consumes_the_line_feed_and_returns_the_rest) {
+    std::istringstream input("one\ntwo\n\nthree\n");
+    EXPECT_EQ(read_line(input), "one");
+    EXPECT_EQ(read_line(input), "two");
+    EXPECT_EQ(read_line(input), "");
+    EXPECT_TRUE(input.good());
+    EXPECT_EQ(read_line(input), "three");
+}
+
+TEST(ReadLine, does_not_read_a_last_line_without_a_line_feed) {
+    std::istringstream input("one\ntwo");
+    EXPECT_EQ(read_line(input), "one");
+    EXPECT_EQ(read_line(input), "");
+    EXPECT_FALSE(input.good());
+}
+
+TEST(ReadLine, stops_at_a_zero_byte) {
+    std::istringstream input(std::string("a\0b\nnext\n", 9));
+    EXPECT_EQ(read_line(input), "a");
+    EXPECT_EQ(read_line(input), "next");
+}
+
+TEST(ReadLine, returns_the_longest_line_whole_and_fails_at_one_byte_more) {
+    std::istringstream longest(long_line(LONGEST, 'x') + "\nnext\n");
+    EXPECT_EQ(read_line(longest).size(), LONGEST);
+    EXPECT_EQ(read_line(longest), "next");
+    std::istringstream longer(long_line(LONGEST + 1, 'x') + "\nnext\n");
+    EXPECT_EQ(read_line(longer), "");
+    EXPECT_TRUE(longer.fail());
+}
+
+TEST(ReadLine, writes_no_more_of_its_buffer_than_the_line_needs) {
+    watched_buffer.fill('\xAA');
+    watch_next_buffer = true;
+    std::istringstream input("abc\n");
+    EXPECT_EQ(read_line(input), "abc");
+    ASSERT_FALSE(watch_next_buffer) << "the line buffer was not seen";
+    EXPECT_EQ(std::string(watched_buffer.data()), "abc");
+    EXPECT_TRUE(std::all_of(watched_buffer.begin() + 4, watched_buffer.end(),
+                            [](char c) { return c == '\xAA'; }));
+}
+
+TEST(DiagnosticLevel, is_0_without_a_file) {
+    std::remove(ConfigFile::PATH);
+    EXPECT_EQ(gui_config_get_diagnostic_level(), 0);
+}
+
+TEST(DiagnosticLevel, is_read_from_its_line) {
+    for (const char* content :
+         {"diagnostics.level=2\n", "diagnostics.level = 2\n", "\tdiagnostics.level\t=\t2 \t\n",
+          "diagnostics.level=2\r\n", "some text\n\n=\ndiagnostics.level =2\n"}) {
+        EXPECT_EQ(level_of(content), 2) << content;
+    }
+}
+
+TEST(DiagnosticLevel, comes_from_the_first_line_that_sets_it) {
+    EXPECT_EQ(level_of("diagnostics.level=2\ndiagnostics.level=1\n"), 2);
+}
+
+TEST(DiagnosticLevel, is_0_when_no_line_sets_it) {
+    for (const char* content :
+         {"", "diagnostics.level=2 # remark\n", "#diagnostics.level=2\n", "# diagnostics.level=2\n",
+          "Diagnostics.level=2\n", "diagnostics.level=\n", "diagnostics.level=x\n",
+          "diagnostics.level 2\n", "diagnostics.levels=2\n", "a=diagnostics.level=2\n"}) {
+        EXPECT_EQ(level_of(content), 0) << content;
+    }
+}
+
+TEST(DiagnosticLevel, does_not_read_a_last_line_without_a_line_feed) {
+    EXPECT_EQ(level_of("diagnostics.level=2"), 0);
+}
+
+TEST(DiagnosticLevel, takes_the_leading_number_of_the_value) {
+    EXPECT_EQ(level_of("diagnostics.level=-1\n"), -1);
+    EXPECT_EQ(level_of("diagnostics.level=+1\n"), 1);
+    EXPECT_EQ(level_of("diagnostics.level=12abc\n"), 12);
+    EXPECT_EQ(level_of("diagnostics.level=0x10\n"), 0);
+    EXPECT_EQ(level_of("diagnostics.level=010\n"), 10);
+}
+
+TEST(DiagnosticLevel, is_the_default_for_a_value_outside_the_range) {
+    EXPECT_EQ(level_of("diagnostics.level=2147483647\n"), 2147483647);
+    EXPECT_EQ(level_of("diagnostics.level=2147483648\n"), 0);
+    EXPECT_EQ(level_of("diagnostics.level=-2147483648\n"), -2147483647 - 1);
+    EXPECT_EQ(level_of("diagnostics.level=-2147483649\n"), 0);
+    EXPECT_EQ(level_of("diagnostics.level=99999999999999999999\n"), 0);
+}
+
+TEST(DiagnosticLevel, survives_the_longest_line_before_it) {
+    for (const char filler : {' ', 'x', '='}) {
+        EXPECT_EQ(level_of(long_line(LONGEST, filler) + "\ndiagnostics.level=2\n"), 2) << filler;
+        EXPECT_EQ(level_of(long_line(LONGEST + 1, filler) + "\ndiagnostics.level=2\n"), 0)
+            << filler;
+    }
+}
+
+TEST(DiagnosticLevel, survives_the_longest_line_on_another_thread) {
+    ConfigFile file("a" + long_line(LONGEST - 2, '=') + "b\ndiagnostics.level=2\n");
+    int level = 0;
+    std::thread([&level] { level = gui_config_get_diagnostic_level(); }).join();
+    EXPECT_EQ(level, 2);
+}
+
+TEST(DiagnosticLevel, is_0_for_what_cannot_be_read) {
+    ASSERT_EQ(mkdir(ConfigFile::PATH, 0700), 0);
+    EXPECT_EQ(gui_config_get_diagnostic_level(), 0);
+    std::remove(ConfigFile::PATH);
+}
+
+TEST(ReadConfigSetting, returns_the_raw_value_of_any_key) {
+    ConfigFile file("colour = blue\nempty =\na=b = c\n");
+    EXPECT_EQ(read_config_setting("colour"), "blue");
+    EXPECT_EQ(read_config_setting("a=b"), "c");
+    EXPECT_EQ(read_config_setting("empty"), "");
+    EXPECT_EQ(read_config_setting("Colour"), "");
+    EXPECT_EQ(read_config_int_setting("colour", 7), 7);
+    EXPECT_EQ(read_config_int_setting("absent", -7), -7);
+}
+
+TEST(ReadConfigSetting, sees_an_edited_file_at_the_next_request) {
+    ConfigFile file("diagnostics.level=1\n");
+    EXPECT_EQ(gui_config_get_diagnostic_level(), 1);
+    ConfigFile::write("diagnostics.level=2\n");
+    EXPECT_EQ(gui_config_get_diagnostic_level(), 2);
+    ConfigFile::replace("diagnostics.level=3\n");
+    EXPECT_EQ(gui_config_get_diagnostic_level(), 3);
+}
+
+} // namespace

@@ -18,15 +18,16 @@ struct catalogue_entry {
 // Bodies that several titles share stand here once.
 constexpr const char* PRINT_RIBBON_TYPE_BODY =
     N_("The type of the print ribbon is not correct or was not identified.\n\n"
-       "1. Open the printer cover and remove the print ribbon. Do not touch the printhead. It can "
+       "1. Make sure that the printer driver is set to the print ribbon that is installed.\n\n"
+       "2. Open the printer cover and remove the print ribbon. Do not touch the printhead. It can "
        "be hot.\n\n"
-       "2. Make sure that the print ribbon is made for this printer and has the type that the job "
-       "needs.\n\n"
-       "3. Install the print ribbon, close the printer cover, and print the card again.\n\n"
-       "4. If the problem continues, install a new print ribbon.\n\n"
-       "5. If that does not help, use the power button to power off the printer, then power it on "
-       "again.\n\n"
-       "6. If that does not help, call for service.");
+       "3. Make sure that the print ribbon is made for this printer, has the type that the job "
+       "needs, and has a tag that is not damaged.\n\n"
+       "4. Install the print ribbon until it is seated. Close the printer cover, then print the "
+       "card again.\n\n"
+       "5. If the problem continues, use the power button to power off the printer, then power it "
+       "on again.\n\n"
+       "6. If that does not help, install a new print ribbon, or call for service.");
 
 constexpr const char* INSERT_NEW_CARD_SIDE_1_BODY =
     N_("The printer is waiting for a new card with side 1 up.\n\n"
@@ -40,8 +41,7 @@ constexpr const char* EMBOSSER_JAM_BODY =
     N_("A card jam or a wheel error occurred in the embosser. The title tells which.\n\n"
        "1. Use the power button to power off the printer. Also power off the embosser if it has a "
        "power switch.\n\n"
-       "2. Wait until nothing moves, then open the emboss cover. Do not touch the topper. It can "
-       "be hot.\n\n"
+       "2. Let the topper cool for 30 minutes, then open the emboss cover.\n\n"
        "3. Remove all cards by hand, also at the entry and the exit. Do not use tools.\n\n"
        "4. Close the emboss cover, then power on the printer and the embosser.\n\n"
        "5. Print the card again.\n\n"
@@ -88,7 +88,7 @@ constexpr const char* LAMINATOR_ENTRY_EXIT_BODY =
        "3. Let the heated rollers cool for 30 minutes, then open the laminator cover.\n"
        "4. Remove all cards by hand at the entry and the exit of the laminator. Do not use tools.\n"
        "5. Close the laminator cover, then power on the printer and the laminator.\n"
-       "6. Print the card again with clean, flat cards.\n"
+       "6. Load clean, flat cards, then print the card again.\n"
        "7. If the problem continues, call for service.");
 
 constexpr const char* LAMINATOR_SUPPLY_OUT_BODY =
@@ -96,7 +96,8 @@ constexpr const char* LAMINATOR_SUPPLY_OUT_BODY =
        "1. Open the laminator cover. The heated rollers can be hot. Do not reach past the supply.\n"
        "2. Remove the used supply and install a new one in the same place. Make sure that it is "
        "tight.\n"
-       "3. Close the laminator cover, then print the card again.\n"
+       "3. Close the laminator cover. If the printer does not continue, press the printer's user "
+       "button.\n"
        "4. If the problem continues, use the power button to power off the printer, then power it "
        "on again.\n"
        "5. If that does not help, call for service.");
@@ -104,25 +105,26 @@ constexpr const char* LAMINATOR_SUPPLY_OUT_BODY =
 constexpr const char* LAMINATOR_SUPPLY_TYPE_BODY =
     N_("The laminator supply that the title names (L1 or L2) has the wrong type, is not supported "
        "or was not identified.\n"
-       "1. Open the laminator cover. The heated rollers can be hot. Do not reach past the supply.\n"
-       "2. Remove the supply. Make sure that it is made for this laminator and has the type that "
+       "1. Make sure that the printer driver is set to the supply that is installed.\n"
+       "2. Open the laminator cover. The heated rollers can be hot. Do not reach past the supply.\n"
+       "3. Remove the supply. Make sure that it is made for this laminator and has the type that "
        "the job needs.\n"
-       "3. Make sure that its tag is not damaged. Install the supply until it is seated.\n"
-       "4. Close the laminator cover, then print the card again.\n"
-       "5. If the problem continues, install a new supply.\n"
-       "6. If that does not help, use the power button to power off the printer, then power it on "
-       "again.\n"
-       "7. If that does not help, call for service.");
+       "4. Make sure that its tag is not damaged. Install the supply until it is seated.\n"
+       "5. Close the laminator cover, then print the card again.\n"
+       "6. If the problem continues, use the power button to power off the printer, then power it "
+       "on again.\n"
+       "7. If that does not help, install a new supply, or call for service.");
 
 constexpr const char* HEATER_BODY =
     N_("A heater, a heated roller, a sensor or the impresser has a problem. The title names the "
        "part.\n"
-       "1. Do not open the laminator or the impresser and do not touch any heated part.\n"
+       "1. Do not open the laminator or the impresser and do not touch hot parts.\n"
        "2. Use the power button to power off the printer. Also power off the laminator if it has a "
        "power switch.\n"
-       "3. Let the parts cool for 30 minutes, then power on the printer and the laminator.\n"
+       "3. Let hot parts cool for 30 minutes, then power on the printer and the laminator.\n"
        "4. Wait until the printer is ready, then print the card again.\n"
-       "5. If the problem continues, power off the printer, leave it off and call for service.");
+       "5. If the problem continues, power off the printer and the laminator, leave them off and "
+       "call for service.");
 
 constexpr const char* RIM_ERROR_BODY =
     N_("A RIM error occurred: the RIM, or a wheel of the RIM, did not operate correctly.\n"
@@ -447,9 +449,9 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1107, N_("A magstripe read data error occurred. The data on the card could not be read "
               "correctly.\n\n"
               "1. Make sure that the magstripe is clean and has no scratches.\n\n"
-              "2. Run a cleaning card through the printer.\n\n"
-              "3. Read the magstripe again, or use a new card.\n\n"
-              "4. Make sure that the printer is set to the magstripe format of the card.\n\n"
+              "2. Make sure that the printer is set to the magstripe format of the card.\n\n"
+              "3. Run a cleaning card through the printer.\n\n"
+              "4. Read the magstripe again, or use a new card.\n\n"
               "5. If the problem continues, call for service.")},
     {1108, N_("The magstripe was read, but no data was found on it.\n\n"
               "1. Make sure that the card is loaded with the magstripe on the correct side.\n\n"
@@ -471,13 +473,15 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "1. Open the printer cover and remove the used print ribbon. Do not touch the "
               "printhead. It can be hot.\n\n"
               "2. Install a new print ribbon and make sure that it is tight.\n\n"
-              "3. Close the printer cover, then print the card again.\n\n"
+              "3. Close the printer cover. If the printer does not continue, press the printer's "
+              "user button.\n\n"
               "4. If the problem continues, use the power button to power off the printer, then "
               "power it on again.\n\n"
               "5. If that does not help, call for service.")},
     {1111, N_("The card was not picked from the card hopper.\n\n"
               "1. Make sure that the card hopper has cards and that they lie flat.\n\n"
-              "2. Remove the cards, separate them, and load them again.\n\n"
+              "2. Remove the cards, separate them, and load them again. If the printer does not "
+              "continue, press the printer's user button.\n\n"
               "3. Make sure that the cards have the thickness that the printer requires.\n\n"
               "4. Run a cleaning card through the printer to clean the rollers.\n\n"
               "5. If the problem continues, use the power button to power off the printer, then "
@@ -552,8 +556,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "has a power switch.\n\n"
               "2. Wait 30 seconds, then power on the printer and the embosser.\n\n"
               "3. Print the card again.\n\n"
-              "4. If the problem continues, power off the printer, leave it off and call for "
-              "service.")},
+              "4. If the problem continues, power off the printer and the embosser, leave them off "
+              "and call for service.")},
     {1126, N_("An emboss format error occurred. The emboss data in the job cannot be used.\n\n"
               "1. Make sure that the emboss text has only characters that are on the embosser "
               "wheel.\n\n"
@@ -565,11 +569,10 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1127, N_("An emboss transport error occurred. The embosser could not move the card.\n\n"
               "1. Use the power button to power off the printer. Also power off the embosser if it "
               "has a power switch.\n\n"
-              "2. Wait until nothing moves, then open the emboss cover. Do not touch the topper. "
-              "It can be hot.\n\n"
+              "2. Let the topper cool for 30 minutes, then open the emboss cover.\n\n"
               "3. Remove all cards by hand. Do not use tools.\n\n"
               "4. Close the emboss cover, then power on the printer and the embosser.\n\n"
-              "5. Print the card again with clean, flat cards.\n\n"
+              "5. Load clean, flat cards, then print the card again.\n\n"
               "6. If the problem continues, call for service.")},
     {1128, EMBOSSER_JAM_BODY},
     {1129, N_("The embosser topper is jammed.\n\n"
@@ -585,21 +588,24 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1131, EMBOSSER_JAM_BODY},
     {1132, N_("The card stack of the embosser is full.\n\n"
               "1. Remove all cards from the card stack of the embosser.\n\n"
-              "2. Make sure that no card blocks the opening above the card stack.\n\n"
-              "3. If the message stays, use the power button to power off the printer, then power "
-              "it on again.\n\n"
-              "4. If that does not help, call for service.")},
+              "2. Make sure that no card blocks the opening of the card stack.\n\n"
+              "3. If the printer does not continue, press the printer's user button.\n\n"
+              "4. If the problem continues, use the power button to power off the printer, then "
+              "power it on again.\n\n"
+              "5. If that does not help, call for service.")},
     {1133, N_("The reject tray of the embosser is full.\n\n"
               "1. Remove all cards from the reject tray of the embosser. Destroy them if they show "
               "personal data.\n\n"
               "2. Make sure that no card blocks the opening of the reject tray.\n\n"
-              "3. If the message stays, use the power button to power off the printer, then power "
-              "it on again.\n\n"
-              "4. If that does not help, call for service.")},
+              "3. If the printer does not continue, press the printer's user button.\n\n"
+              "4. If the problem continues, use the power button to power off the printer, then "
+              "power it on again.\n\n"
+              "5. If that does not help, call for service.")},
     {1134, N_("The indent ribbon is low.\n\n"
-              "1. Have a new indent ribbon ready.\n\n"
-              "2. To replace the indent ribbon now, use the power button to power off the printer. "
-              "Also power off the embosser if it has a power switch.\n\n"
+              "1. You can continue to print. Have a new indent ribbon ready.\n\n"
+              "2. To replace the indent ribbon now, wait until the printer has finished the card. "
+              "Then use the power button to power off the printer. Also power off the embosser if "
+              "it has a power switch.\n\n"
               "3. Wait until nothing moves, then open the emboss cover and install the new indent "
               "ribbon. Do not touch the topper. It can be hot.\n\n"
               "4. Close the emboss cover, then power on the printer and the embosser.\n\n"
@@ -620,8 +626,7 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1139, N_("The card is not in position in the embosser.\n\n"
               "1. Use the power button to power off the printer. Also power off the embosser if it "
               "has a power switch.\n\n"
-              "2. Wait until nothing moves, then open the emboss cover. Do not touch the topper. "
-              "It can be hot.\n\n"
+              "2. Let the topper cool for 30 minutes, then open the emboss cover.\n\n"
               "3. Remove the card by hand. Make sure that it is not bent.\n\n"
               "4. Close the emboss cover, then power on the printer and the embosser.\n\n"
               "5. Print the card again on a new card.\n\n"
@@ -629,9 +634,10 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1140, N_("The embosser is not available.\n\n"
               "1. Make sure that the correct printer is selected for the job.\n\n"
               "2. If the printer has no embosser, remove the emboss data from the job.\n\n"
-              "3. Use the power button to power off the printer. Make sure that the embosser is "
-              "connected to the printer.\n\n"
-              "4. Power on the embosser if it has a power switch, then power on the printer.\n\n"
+              "3. Use the power button to power off the printer. Also power off the embosser if it "
+              "has a power switch.\n\n"
+              "4. Make sure that the embosser is connected to the printer, then power on the "
+              "printer and the embosser.\n\n"
               "5. Print the card again.\n\n"
               "6. If the problem continues, call for service.")},
     {1141, EMBOSS_COVER_BODY},
@@ -639,8 +645,7 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1143, N_("A topping foil problem occurred in the embosser.\n\n"
               "1. Use the power button to power off the printer. Also power off the embosser if it "
               "has a power switch.\n\n"
-              "2. Wait until nothing moves, then open the emboss cover. Do not touch the topper. "
-              "It can be hot.\n\n"
+              "2. Let the topper cool for 30 minutes, then open the emboss cover.\n\n"
               "3. If the topping foil is loose, wind it tight. If it is broken or wrinkled, "
               "install a new topping foil.\n\n"
               "4. Close the emboss cover, then power on the printer and the embosser.\n\n"
@@ -669,9 +674,10 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "5. Print the card again.\n\n"
               "6. If the problem continues, call for service.")},
     {1148, N_("The topping foil is low.\n\n"
-              "1. Have a new topping foil ready.\n\n"
-              "2. To replace the topping foil now, use the power button to power off the printer. "
-              "Also power off the embosser if it has a power switch.\n\n"
+              "1. You can continue to print. Have a new topping foil ready.\n\n"
+              "2. To replace the topping foil now, wait until the printer has finished the card. "
+              "Then use the power button to power off the printer. Also power off the embosser if "
+              "it has a power switch.\n\n"
               "3. Wait until nothing moves, then open the emboss cover and install the new topping "
               "foil. Do not touch the topper. It can be hot.\n\n"
               "4. Close the emboss cover, then power on the printer and the embosser.\n\n"
@@ -684,7 +690,7 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "4. If the problem continues, use the power button to power off the printer, then "
               "power it on again.\n\n"
               "5. If that does not help, call for service.")},
-    {1150, N_("A job was sent to print while the printer is unlocked.\n\n"
+    {1150, N_("A job was sent to print while the printer was unlocked.\n\n"
               "1. Close the printer cover and the card hopper.\n\n"
               "2. Lock the printer.\n\n"
               "3. Print the card again.\n\n"
@@ -710,7 +716,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1166, N_("The C2 supply is out or missing.\n"
               "1. Open the printer cover. Do not touch the C2 heated roller. It can be hot.\n"
               "2. Remove the used C2 supply and install a new one. Make sure that it is tight.\n"
-              "3. Close the printer cover, then print the card again.\n"
+              "3. Close the printer cover. If the printer does not continue, press the printer's "
+              "user button.\n"
               "4. If the problem continues, use the power button to power off the printer, then "
               "power it on again.\n"
               "5. If that does not help, call for service.")},
@@ -718,9 +725,9 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "1. Open the printer cover. Do not touch the C2 heated roller. It can be hot.\n"
               "2. Remove the C2 supply and make sure that its tag is not damaged.\n"
               "3. Install the C2 supply again until it is seated, and close the printer cover.\n"
-              "4. If the problem continues, install a new C2 supply.\n"
-              "5. If that does not help, use the power button to power off the printer, then power "
-              "it on again.\n"
+              "4. If the problem continues, use the power button to power off the printer, then "
+              "power it on again.\n"
+              "5. If that does not help, install a new C2 supply.\n"
               "6. If that does not help, call for service.")},
     {1168, N_("The C2 supply is not supported by this printer.\n"
               "1. Open the printer cover. Do not touch the C2 heated roller. It can be hot.\n"
@@ -760,9 +767,10 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1177, N_("The laminator is not available.\n"
               "1. Make sure that the correct printer is selected for the job.\n"
               "2. If the printer has no laminator, remove the lamination from the job.\n"
-              "3. Use the power button to power off the printer. Make sure that the laminator is "
-              "connected to the printer.\n"
-              "4. Power on the laminator if it has a power switch, then power on the printer.\n"
+              "3. Use the power button to power off the printer. Also power off the laminator if "
+              "it has a power switch.\n"
+              "4. Make sure that the laminator is connected to the printer, then power on the "
+              "printer and the laminator.\n"
               "5. Print the card again.\n"
               "6. If the problem continues, call for service.")},
     {1178, N_("A card is blocking the exit sensors.\n"
@@ -770,32 +778,34 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "2. If a card sticks out of the card exit, pull it out by hand.\n"
               "3. If you cannot pull it out, use the power button to power off the printer, then "
               "open the printer cover.\n"
-              "4. Let hot parts cool, then remove the card. Close the printer cover, then power on "
-              "the printer.\n"
+              "4. Let hot parts cool for 30 minutes, then remove the card. Close the printer "
+              "cover, then power on the printer.\n"
               "5. Print the card again.\n"
               "6. If the problem continues, call for service.")},
     {1179, N_("The card was not received. It did not reach the next part of the printer.\n"
-              "1. Use the power button to power off the printer.\n"
+              "1. Use the power button to power off the printer. Also power off every module that "
+              "has a power switch.\n"
               "2. Make sure that every module is attached to the printer without a gap and is "
               "connected.\n"
-              "3. Open the printer cover, let hot parts cool, and remove any card that you find.\n"
-              "4. Close the printer cover, then power on the printer.\n"
+              "3. Open the printer cover, let hot parts cool for 30 minutes, and remove any card "
+              "that you find.\n"
+              "4. Close the printer cover, then power on the modules and the printer.\n"
               "5. Print the card again.\n"
               "6. If the problem continues, call for service.")},
     {1195, N_("The card was not dispensed.\n"
               "1. Remove all cards from the output hopper.\n"
               "2. If a card sticks out of the card exit, pull it out by hand.\n"
-              "3. Print the card again.\n"
-              "4. If the problem continues, use the power button to power off the printer, then "
-              "power it on again.\n"
-              "5. If that does not help, call for service.")},
+              "3. If no card sticks out, use the power button to power off the printer, then power "
+              "it on again.\n"
+              "4. Print the card again.\n"
+              "5. If the problem continues, call for service.")},
     {1196, N_("A critical laminator error stopped the laminator.\n"
               "1. Use the power button to power off the printer. Also power off the laminator if "
               "it has a power switch.\n"
               "2. Wait 30 seconds, then power on the printer and the laminator.\n"
               "3. Print the card again.\n"
-              "4. If the problem continues, power off the printer, leave it off and call for "
-              "service.")},
+              "4. If the problem continues, power off the printer and the laminator, leave them "
+              "off and call for service.")},
     {1197, LAMINATOR_ENTRY_EXIT_BODY},
     {1198, N_("A card problem occurred in the L1 area of the laminator.\n"
               "1. Use the power button to power off the printer. Also power off the laminator if "
@@ -878,9 +888,10 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "3. If that does not help, call for service.")},
     {1223, N_("The laminator does not match the printer system.\n"
               "1. Make sure that the laminator is made for this printer model.\n"
-              "2. Use the power button to power off the printer. Make sure that the laminator is "
-              "connected to the printer.\n"
-              "3. Power on the laminator if it has a power switch, then power on the printer.\n"
+              "2. Use the power button to power off the printer. Also power off the laminator if "
+              "it has a power switch.\n"
+              "3. Make sure that the laminator is connected to the printer, then power on the "
+              "printer and the laminator.\n"
               "4. If the problem continues, ask your administrator to update the firmware of the "
               "printer and the laminator.\n"
               "5. If that does not help, call for service.")},
@@ -932,14 +943,13 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "3. Close the printer cover, then power on the printer.\n"
               "4. Print the card again.\n"
               "5. If the problem continues, call for service.")},
-    {1232, N_("A retransfer debow error occurred. The card could not be made flat after the "
-              "retransfer.\n"
-              "1. Use the power button to power off the printer. Let the heated parts cool for 30 "
-              "minutes.\n"
-              "2. Open the printer cover and remove any card by hand. Do not use tools.\n"
-              "3. Close the printer cover, then power on the printer.\n"
-              "4. Print the card again.\n"
-              "5. If the problem continues, call for service.")},
+    {1232,
+     N_("A retransfer debow error occurred. The card could not be made flat after the retransfer.\n"
+        "1. Use the power button to power off the printer. Let hot parts cool for 30 minutes.\n"
+        "2. Open the printer cover and remove any card by hand. Do not use tools.\n"
+        "3. Close the printer cover, then power on the printer.\n"
+        "4. Print the card again.\n"
+        "5. If the problem continues, call for service.")},
     {1233, N_("The smart card contact failed. The smart card station could not connect to the chip "
               "of the card.\n"
               "1. Make sure that the cards have a chip and are loaded with the chip on the correct "
@@ -951,31 +961,32 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "5. If that does not help, call for service.")},
     {1234, N_("A card is jammed in the K1 transport.\n"
               "1. Use the power button to power off the printer, then open the printer cover.\n"
-              "2. Let hot parts cool, then remove all cards from the K1 transport by hand. Do not "
-              "use tools.\n"
+              "2. Let hot parts cool for 30 minutes, then remove all cards from the K1 transport "
+              "by hand. Do not use tools.\n"
               "3. Close the printer cover, then power on the printer.\n"
               "4. Print the card again.\n"
               "5. If the problem continues, call for service.")},
     {1235, N_("A card is jammed in the K2 transport.\n"
               "1. Use the power button to power off the printer, then open the printer cover.\n"
-              "2. Let hot parts cool, then remove all cards from the K2 transport by hand. Do not "
-              "use tools.\n"
+              "2. Let hot parts cool for 30 minutes, then remove all cards from the K2 transport "
+              "by hand. Do not use tools.\n"
               "3. Close the printer cover, then power on the printer.\n"
               "4. Print the card again.\n"
               "5. If the problem continues, call for service.")},
-    {1236, N_("A flipper module rotate error occurred. The flipper module could not turn the "
-              "card.\n"
-              "1. Use the power button to power off the printer, then open the printer cover.\n"
-              "2. Let hot parts cool, then remove any card from the flipper module by hand. Do not "
-              "force the flipper module.\n"
-              "3. Close the printer cover, then power on the printer.\n"
-              "4. Make sure that the cards are flat and have the correct thickness, then print the "
-              "card again.\n"
-              "5. If the problem continues, call for service.")},
+    {1236,
+     N_("A flipper module rotate error occurred. The flipper module could not turn the card.\n"
+        "1. Use the power button to power off the printer, then open the printer cover.\n"
+        "2. Let hot parts cool for 30 minutes, then remove any card from the flipper module by "
+        "hand. Do not force the flipper module.\n"
+        "3. Close the printer cover, then power on the printer.\n"
+        "4. Make sure that the cards are flat and have the correct thickness, then print the card "
+        "again.\n"
+        "5. If the problem continues, call for service.")},
     {1237, N_("The C1 supply is out or missing.\n"
               "1. Open the printer cover. Do not touch the C1 printhead. It can be hot.\n"
               "2. Remove the used C1 supply and install a new one. Make sure that it is tight.\n"
-              "3. Close the printer cover, then print the card again.\n"
+              "3. Close the printer cover. If the printer does not continue, press the printer's "
+              "user button.\n"
               "4. If the problem continues, use the power button to power off the printer, then "
               "power it on again.\n"
               "5. If that does not help, call for service.")},
@@ -983,9 +994,9 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "1. Open the printer cover. Do not touch the C1 printhead. It can be hot.\n"
               "2. Remove the C1 supply and make sure that its tag is not damaged.\n"
               "3. Install the C1 supply again until it is seated, and close the printer cover.\n"
-              "4. If the problem continues, install a new C1 supply.\n"
-              "5. If that does not help, use the power button to power off the printer, then power "
-              "it on again.\n"
+              "4. If the problem continues, use the power button to power off the printer, then "
+              "power it on again.\n"
+              "5. If that does not help, install a new C1 supply.\n"
               "6. If that does not help, call for service.")},
     {1239, N_("The C1 supply is not supported by this printer.\n"
               "1. Open the printer cover. Do not touch the C1 printhead. It can be hot.\n"
@@ -1010,29 +1021,31 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "3. Install the C1 supply that the job needs and close the printer cover.\n"
               "4. Print the card again.\n"
               "5. If the problem continues, call for service.")},
-    {1242, N_("The RT1 reject tray is full.\n"
-              "1. Remove all cards from the RT1 reject tray. Destroy them if they show personal "
-              "data.\n"
-              "2. Push the RT1 reject tray in until it is seated.\n"
-              "3. If the message stays, use the power button to power off the printer, then power "
-              "it on again.\n"
-              "4. If that does not help, call for service.")},
-    {1243, N_("A card was lost. The printer does not know where the card is.\n"
-              "1. Check the output hopper for the card, and the reject tray if the printer has "
-              "one.\n"
-              "2. Use the power button to power off the printer, then open the printer cover.\n"
-              "3. Let hot parts cool, then remove any card that you find.\n"
-              "4. Close the printer cover, then power on the printer.\n"
-              "5. Print the card again.\n"
-              "6. If the problem continues, call for service.")},
-    {1245, N_("A configuration error occurred. The settings do not fit the printer and its "
-              "modules.\n"
-              "1. Use the power button to power off the printer. Make sure that all modules are "
-              "connected to the printer.\n"
-              "2. Power on every module that has a power switch, then power on the printer.\n"
-              "3. If the problem continues, ask your administrator to check the settings of the "
-              "printer and of the printer driver.\n"
-              "4. If that does not help, call for service.")},
+    {1242,
+     N_("The RT1 reject tray is full.\n"
+        "1. Remove all cards from the RT1 reject tray. Destroy them if they show personal data.\n"
+        "2. Push the RT1 reject tray in until it is seated.\n"
+        "3. If the printer does not continue, press the printer's user button.\n"
+        "4. If the problem continues, use the power button to power off the printer, then power it "
+        "on again.\n"
+        "5. If that does not help, call for service.")},
+    {1243,
+     N_("A card was lost. The printer does not know where the card is.\n"
+        "1. Check the output hopper for the card, and the reject tray if the printer has one.\n"
+        "2. Use the power button to power off the printer, then open the printer cover.\n"
+        "3. Let hot parts cool for 30 minutes, then remove any card that you find.\n"
+        "4. Close the printer cover, then power on the printer.\n"
+        "5. Print the card again.\n"
+        "6. If the problem continues, call for service.")},
+    {1245,
+     N_("A configuration error occurred. The settings do not fit the printer and its modules.\n"
+        "1. Use the power button to power off the printer. Also power off every module that has a "
+        "power switch.\n"
+        "2. Make sure that all modules are connected to the printer, then power on the modules and "
+        "the printer.\n"
+        "3. If the problem continues, ask your administrator to check the settings of the printer "
+        "and of the printer driver.\n"
+        "4. If that does not help, call for service.")},
     {1250, N_("A card indexer error occurred. The card indexer could not move the card.\n"
               "1. Use the power button to power off the printer. Also power off the laser if it "
               "has a power switch.\n"
@@ -1085,9 +1098,10 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "4. If that does not help, call for service. Do not bypass the interlock.")},
     {1257, N_("The laser air filter was not detected.  Install the air filter.")},
     {1258, N_("The laser was not detected.\n"
-              "1. Use the power button to power off the printer.\n"
+              "1. Use the power button to power off the printer. Also power off the laser if it "
+              "has a power switch.\n"
               "2. Make sure that all cables between the printer and the laser are connected.\n"
-              "3. Power on the laser if it has a power switch, then power on the printer.\n"
+              "3. Power on the printer and the laser.\n"
               "4. Wait until the laser is ready, then print the card again.\n"
               "5. If the problem continues, call for service.")},
     {1259, N_("A laser firmware error occurred.\n"
@@ -1099,34 +1113,35 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "laser.\n"
               "5. If that does not help, call for service.")},
     {1260, N_("A laser control error occurred. The printer cannot control the laser.\n"
-              "1. Use the power button to power off the printer. Make sure that the cables of the "
-              "laser are connected.\n"
-              "2. Wait 30 seconds, then power on the printer.\n"
-              "3. Wait until the laser is ready, then print the card again.\n"
-              "4. If the problem continues, call for service.")},
+              "1. Use the power button to power off the printer. Also power off the laser if it "
+              "has a power switch.\n"
+              "2. Make sure that all cables between the printer and the laser are connected.\n"
+              "3. Wait 30 seconds, then power on the printer and the laser.\n"
+              "4. Wait until the laser is ready, then print the card again.\n"
+              "5. If the problem continues, call for service.")},
     {1261, N_("The job uses a laser option that is not supported.\n"
               "1. Make sure that the correct printer is selected for the job.\n"
               "2. Remove the option from the laser template or from the job.\n"
               "3. Print the card again.\n"
               "4. If the problem continues, ask your administrator to check the job and the "
               "settings, or call for service.")},
-    {1262, N_("The vision operation failed. The vision system could not find or check the card.\n"
-              "1. Make sure that the card has the correct design and is loaded the right way "
-              "round.\n"
-              "2. Make sure that the card is clean, then print the card again on a new card.\n"
-              "3. Make sure that the vision settings of the job fit this card.\n"
-              "4. If the problem continues, use the power button to power off the printer, then "
-              "power it on again.\n"
-              "5. If that does not help, call for service.")},
+    {1262,
+     N_("The vision operation failed. The vision system could not find or check the card.\n"
+        "1. Make sure that the card has the correct design and is loaded the right way round.\n"
+        "2. Make sure that the vision settings of the job fit this card.\n"
+        "3. Print the card again with a clean card that is not damaged.\n"
+        "4. If the problem continues, use the power button to power off the printer, then power it "
+        "on again.\n"
+        "5. If that does not help, call for service.")},
     {1263, N_("A laser power board error occurred. The power board of the laser does not work "
               "correctly.\n"
               "1. Use the power button to power off the printer. Also power off the laser if it "
               "has a power switch.\n"
               "2. Wait 30 seconds, then power on the printer and the laser.\n"
-              "3. If the problem continues, power off the printer, leave it off and call for "
-              "service. Do not open the laser.")},
+              "3. If the problem continues, power off the printer and the laser, leave them off "
+              "and call for service. Do not open the laser.")},
     {1264, N_("A card was lost in the laser.\n"
-              "1. Check the output hopper and the reject tray for the card.\n"
+              "1. Check the card output and the reject tray of the laser for the card.\n"
               "2. Use the power button to power off the printer. Also power off the laser if it "
               "has a power switch.\n"
               "3. Wait until nothing moves, then open the laser cover and remove any card by hand. "
@@ -1140,23 +1155,24 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "2. Wait until nothing moves, then open the laser cover.\n"
               "3. Remove the card from the entry of the laser by hand. Do not use tools.\n"
               "4. Close the laser cover, then power on the printer and the laser.\n"
-              "5. Print the card again with clean, flat cards.\n"
+              "5. Load clean, flat cards, then print the card again.\n"
               "6. If the problem continues, call for service.")},
-    {1266, N_("A card is jammed at the exit of the laser.\n"
-              "1. Remove all cards from the output hopper.\n"
-              "2. Use the power button to power off the printer. Also power off the laser if it "
-              "has a power switch.\n"
-              "3. Wait until nothing moves, then open the laser cover.\n"
-              "4. Remove the card from the exit of the laser by hand. Do not use tools.\n"
-              "5. Close the laser cover, then power on the printer and the laser.\n"
-              "6. Print the card again.\n"
-              "7. If the problem continues, call for service.")},
+    {1266,
+     N_("A card is jammed at the exit of the laser.\n"
+        "1. Remove all cards from the card output of the laser. Do not reach into the laser.\n"
+        "2. Use the power button to power off the printer. Also power off the laser if it has a "
+        "power switch.\n"
+        "3. Wait until nothing moves, then open the laser cover.\n"
+        "4. Remove the card from the exit of the laser by hand. Do not use tools.\n"
+        "5. Close the laser cover, then power on the printer and the laser.\n"
+        "6. Print the card again.\n"
+        "7. If the problem continues, call for service.")},
     {1267, N_("A laser hardware failure occurred.\n"
               "1. Use the power button to power off the printer. Also power off the laser if it "
               "has a power switch.\n"
               "2. Wait one minute, then power on the printer and the laser.\n"
-              "3. If the problem continues, power off the printer, leave it off and call for "
-              "service. Do not open the laser.")},
+              "3. If the problem continues, power off the printer and the laser, leave them off "
+              "and call for service. Do not open the laser.")},
     {1268, N_("A laser setup error occurred. The laser setup of the job cannot be used.\n"
               "1. Make sure that the job names a laser setup that is stored in the laser.\n"
               "2. Load the laser setup into the laser again, then print the card again.\n"
@@ -1170,25 +1186,27 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "3. If the problem continues, ask your administrator to check the job and the "
               "settings, or call for service.")},
     {1270, N_("A laser text length error occurred. A text of the job is too long or is missing.\n"
-              "1. Make sure that all texts for the laser have data and fit into their fields.\n"
+              "1. Make sure that no text for the laser is missing or is too long for its field.\n"
               "2. Shorten the text or make the field in the laser template longer.\n"
               "3. Print the card again.\n"
               "4. If the problem continues, ask your administrator to check the job and the "
               "settings, or call for service.")},
-    {1271, N_("The card output of the laser is full.\n"
-              "1. Remove all cards from the card output of the laser. Do not reach into the "
-              "laser.\n"
-              "2. Make sure that no card blocks the opening of the card output.\n"
-              "3. If the message stays, use the power button to power off the printer, then power "
-              "it on again.\n"
-              "4. If that does not help, call for service.")},
+    {1271,
+     N_("The card output of the laser is full.\n"
+        "1. Remove all cards from the card output of the laser. Do not reach into the laser.\n"
+        "2. Make sure that no card blocks the opening of the card output.\n"
+        "3. If the printer does not continue, press the printer's user button.\n"
+        "4. If the problem continues, use the power button to power off the printer, then power it "
+        "on again.\n"
+        "5. If that does not help, call for service.")},
     {1272, N_("The reject tray of the laser is full.\n"
               "1. Remove all cards from the reject tray of the laser. Destroy them if they show "
               "personal data.\n"
               "2. Make sure that no card blocks the opening of the reject tray.\n"
-              "3. If the message stays, use the power button to power off the printer, then power "
-              "it on again.\n"
-              "4. If that does not help, call for service.")},
+              "3. If the printer does not continue, press the printer's user button.\n"
+              "4. If the problem continues, use the power button to power off the printer, then "
+              "power it on again.\n"
+              "5. If that does not help, call for service.")},
     {1273, N_("An error occurred in the output area of the laser.\n"
               "1. Remove all cards from the output area of the laser. Do not reach into the "
               "laser.\n"
@@ -1222,18 +1240,19 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "1. Make sure that the hopper that the job uses has cards and that they lie flat.\n"
               "2. Remove the cards, separate them, and load them again.\n"
               "3. Make sure that the cards have the thickness that the printer requires.\n"
-              "4. Print the card again.\n"
+              "4. If the printer does not continue, press the printer's user button.\n"
               "5. If the problem continues, use the power button to power off the printer, then "
               "power it on again.\n"
               "6. If that does not help, call for service.")},
-    {1300, N_("The card was not dispensed. It can still be inside the printer.\n"
-              "1. Make sure that nothing blocks the card exit, then print the card again.\n"
-              "2. If the problem continues, use the power button to power off the printer, then "
-              "open the printer cover.\n"
-              "3. Let hot parts cool, then remove any card by hand.\n"
-              "4. Close the printer cover, then power on the printer.\n"
-              "5. Print the card again.\n"
-              "6. If that does not help, call for service.")},
+    {1300,
+     N_("The card was not dispensed. It can still be inside the printer.\n"
+        "1. Remove anything that blocks the card exit. If a card sticks out, pull it out by hand.\n"
+        "2. If no card sticks out, use the power button to power off the printer, then open the "
+        "printer cover.\n"
+        "3. Let hot parts cool for 30 minutes, then remove any card by hand.\n"
+        "4. Close the printer cover, then power on the printer.\n"
+        "5. Print the card again.\n"
+        "6. If the problem continues, call for service.")},
     {1301, N_("The RIM was not detected.\n"
               "1. Use the power button to power off the printer.\n"
               "2. Make sure that the RIM is attached to the rear of the printer and that its cable "
@@ -1249,7 +1268,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1303, RIM_ERROR_BODY},
     {1304, N_("A RIM supply error occurred.\n"
               "1. Use the power button to power off the printer, then open the RIM door.\n"
-              "2. Make sure that the RIM supply is seated, is not damaged and is not empty.\n"
+              "2. Make sure that the RIM supply is seated. If it is damaged or empty, install a "
+              "new one.\n"
               "3. Close the RIM door, then power on the printer.\n"
               "4. Print the card again.\n"
               "5. If the problem continues, call for service.")},
@@ -1264,7 +1284,7 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "1. Use the power button to power off the printer, then open the RIM door.\n"
               "2. Remove the jammed card by hand. Do not use tools.\n"
               "3. Close the RIM door, then power on the printer.\n"
-              "4. Print the card again with clean, flat cards.\n"
+              "4. Load clean, flat cards, then print the card again.\n"
               "5. If the problem continues, call for service.")},
     {1307, N_("A RIM rear pick error occurred. The RIM did not pick the card from the rear.\n"
               "1. Make sure that a card is inserted at the rear and that it is clean and flat.\n"
@@ -1352,13 +1372,14 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "2. Close the rear module door until it latches.\n"
               "3. If the message stays, open the rear module door and close it again.\n"
               "4. If the problem continues, call for service.")},
-    {1326, N_("The rear module door was opened during the job.\n"
-              "1. Close the rear module door until it latches.\n"
-              "2. If a card sticks out of the printer, pull it out by hand.\n"
-              "3. Print the card again. Keep the rear module door closed during the job.\n"
-              "4. If the problem continues, use the power button to power off the printer, then "
-              "power it on again.\n"
-              "5. If that does not help, call for service.")},
+    {1326,
+     N_("The rear module door was opened during the job.\n"
+        "1. If a card sticks out of the printer, pull it out by hand. Do not touch hot parts.\n"
+        "2. Close the rear module door until it latches.\n"
+        "3. Print the card again. Keep the rear module door closed during the job.\n"
+        "4. If the problem continues, use the power button to power off the printer, then power it "
+        "on again.\n"
+        "5. If that does not help, call for service.")},
     {1329, N_("The output hopper is full.\n"
               "1. Remove all cards from the output hopper.\n"
               "2. Make sure that no card blocks the card exit.\n"
@@ -1388,20 +1409,20 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "printer cannot use.\n\n"
               "4. If the problem continues, ask your administrator to check the job and the "
               "settings, or call for service.")},
-    {1503, N_("The card data is missing or is not usable, so the printer did not use it.\n\n"
-              "1. Make sure that the card design names the correct data for each field.\n\n"
-              "2. Make sure that the printer driver is set to the options that the card design "
-              "uses.\n\n"
-              "3. Print the card again.\n\n"
-              "4. If the problem continues, ask your administrator to check the job and the "
-              "settings, or call for service.")},
+    {1503,
+     N_("The card data is missing or is not usable, so the card cannot be completed.\n\n"
+        "1. Make sure that the card design names the correct data for each field.\n\n"
+        "2. Make sure that the printer driver is set to the options that the card design uses.\n\n"
+        "3. Print the card again.\n\n"
+        "4. If the problem continues, ask your administrator to check the job and the settings, or "
+        "call for service.")},
     {1505, N_("A USB communication issue occurred between the printer and the computer.\n\n"
               "1. Make sure that the USB cable is connected at the printer and at the computer.\n\n"
               "2. Connect the USB cable to another port of the computer. Do not use a USB hub.\n\n"
               "3. If the problem continues, use the power button to power off the printer, then "
               "power it on again.\n\n"
               "4. Replace the USB cable with a new one.\n\n"
-              "5. If that does not help, restart the computer. If the issue stays, call for "
+              "5. If that does not help, restart the computer. If the problem continues, call for "
               "service.")},
     {1506, N_("A card is currently processing, so the request cannot be done now.\n\n"
               "1. Wait until the card is in the output hopper.\n\n"

@@ -733,7 +733,9 @@ void fit_text_area(GtkWidget* window, GtkWidget* text_view, const std::string& d
     gtk_widget_get_preferred_width(window, &least_window_width, nullptr);
     const int spare_width = std::max(0, gdk_screen_width() / 3 - least_window_width);
     const auto margins = get_text_margins(text_view, scrolled_window);
-    const int line_width = content_width + spare_width - margins.left - margins.right;
+    const int room_for_cursor = 1; // a text view keeps it free at the end of its lines
+    const int line_width =
+        content_width + spare_width - margins.left - margins.right - room_for_cursor;
     const int text_height =
         measure_text_height(text_view, display_text, line_width) + margins.top + margins.bottom;
     gtk_widget_set_size_request(scrolled_window, content_width,

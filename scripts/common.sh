@@ -37,9 +37,11 @@ build() {
     local directory=$1
     shift
     say "Building in $directory"
-    cmake -S "$tree" -B "$directory" -G Ninja "$@" >"$directory.log" 2>&1 &&
-        cmake --build "$directory" >>"$directory.log" 2>&1 || {
-        cat "$directory.log"
+    local log=$directory/build.log
+    mkdir -p "$directory"
+    { cmake -S "$tree" -B "$directory" -G Ninja "$@" && cmake --build "$directory"; } \
+        >"$log" 2>&1 || {
+        cat "$log"
         say "The build failed."
         return 1
     }

@@ -10,7 +10,7 @@ namespace {
 constexpr std::uint64_t DEFAULT_GARBAGE = 64;
 constexpr std::chrono::milliseconds DEFAULT_FAIL_AGAIN_AFTER{1000};
 
-bool is_digit(std::string_view text) {
+bool begins_with_digit(std::string_view text) {
     return !text.empty() && text.front() >= '0' && text.front() <= '9';
 }
 
@@ -25,8 +25,9 @@ std::uint64_t fault_value(FaultValue kind, Tokenizer& words) {
     case FaultValue::optional_size:
         break;
     }
-    return is_digit(words.remainder()) ? parse_size(words.require("number of bytes"), "size")
-                                       : DEFAULT_GARBAGE;
+    return begins_with_digit(words.remainder())
+               ? parse_size(words.require("number of bytes"), "size")
+               : DEFAULT_GARBAGE;
 }
 
 FaultTarget parse_target(const std::string& word) {
@@ -141,7 +142,7 @@ void CommandInterpreter::execute(std::string_view line, const std::string& where
         const Clock::time_point base = timed.sign == '@' ? made_at_ : Clock::now();
         timeline_.at(base + timed.time,
                      [this, action = std::move(action), where] { run(action, where); });
-    } catch (const CommandError& error) {
+    } catch (const std::runtime_error& error) {
         output_.complain(where, error.what());
     }
 }
@@ -173,7 +174,7 @@ void CommandInterpreter::plan_scenario(std::string_view text, const std::string&
 void CommandInterpreter::run(const Action& action, const std::string& where) {
     try {
         action();
-    } catch (const CommandError& error) {
+    } catch (const std::runtime_error& error) {
         output_.complain(where, error.what());
     }
 }
@@ -262,11 +263,7 @@ CommandInterpreter::Action CommandInterpreter::parse_fail_again(Tokenizer& words
 CommandInterpreter::Action CommandInterpreter::parse_fault(Tokenizer& words, const std::string&) {
     const Fault fault = parse_fault_words(words);
     return [this, fault] {
-        try {
-            service_.set_fault(fault);
-        } catch (const std::runtime_error& error) {
-            throw CommandError(error.what());
-        }
+        service_.set_fault(fault);
     };
 }
 
@@ -284,11 +281,7 @@ CommandInterpreter::Action CommandInterpreter::parse_stop(Tokenizer& words, cons
 CommandInterpreter::Action CommandInterpreter::parse_start(Tokenizer& words, const std::string&) {
     words.expect_end();
     return [this] {
-        try {
-            service_.start();
-        } catch (const std::runtime_error& error) {
-            throw CommandError(error.what());
-        }
+        service_.start();
     };
 }
 

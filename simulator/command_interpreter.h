@@ -41,7 +41,7 @@ public:
     void plan_scenario(std::string_view text, const std::string& source);
 
     /// Checks a command without a time in front and gives what carries it out, which may throw
-    /// CommandError in its turn. Throws CommandError when the command is not understood.
+    /// std::runtime_error. Throws CommandError when the command is not understood.
     std::function<void()> parse_command(std::string_view command, const std::string& where);
 
 private:

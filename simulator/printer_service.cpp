@@ -227,13 +227,12 @@ ReplyPlan PrinterService::action_result(const Connection& connection, std::strin
 
 SpoiledReply PrinterService::with_fault(bool applies, const std::string& text,
                                         Occurrence& occurrence) {
+    occurrence.number("size", text.size());
     if (!applies) {
-        ReplyPlan plan = plain_reply(text);
-        occurrence.number("size", plan.bytes.size());
-        return {std::move(plan), SpoiledReply::Delivery::whole, {}};
+        return {plain_reply(text), SpoiledReply::Delivery::whole, {}};
     }
     SpoiledReply spoiled = spoiled_reply(fault_, text, random_);
-    occurrence.number("size", spoiled.plan.bytes.size()).text("fault", fault_.description());
+    occurrence.text("fault", fault_.description());
     use_up_fault();
     return spoiled;
 }

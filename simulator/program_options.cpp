@@ -12,43 +12,51 @@ struct GOptionContextFree {
     void operator()(GOptionContext* context) const noexcept { g_option_context_free(context); }
 };
 
-struct GStrvFree {
-    void operator()(char** texts) const noexcept { g_strfreev(texts); }
-};
-
 constexpr const char* SUMMARY =
     "Stands in for the local printer service: listens on 127.0.0.1, takes commands from\n"
     "standard input (type \"help\") and scenario files, and writes a line for each thing\n"
     "that happens.";
 
-} // namespace
+// The options as GLib's parser leaves them.
+struct ParsedOptions {
+    ParsedOptions() = default;
+    ParsedOptions(const ParsedOptions&) = delete;
+    ParsedOptions& operator=(const ParsedOptions&) = delete;
+    ~ParsedOptions() {
+        g_strfreev(scenarios);
+        g_free(capture);
+    }
 
-ProgramOptions parse_program_options(int argc, char** argv) {
     int port = PRINTER_SERVICE_PORT;
     int ready_descriptor = -1;
-    char** raw_scenarios = nullptr;
-    char* raw_capture = nullptr;
+    char** scenarios = nullptr;
+    char* capture = nullptr;
     gboolean verbose = FALSE;
     gboolean timestamps = FALSE;
     gboolean exit_at_eof = FALSE;
     gboolean no_stdin = FALSE;
     gboolean version = FALSE;
+};
+
+void parse(int argc, char** argv, ParsedOptions& parsed) {
     const GOptionEntry entries[] = {
-        {"port", 'p', 0, G_OPTION_ARG_INT, &port, "Listen on port N (1753; 0: any free one)", "N"},
-        {"scenario", 's', 0, G_OPTION_ARG_FILENAME_ARRAY, &raw_scenarios,
+        {"port", 'p', 0, G_OPTION_ARG_INT, &parsed.port, "Listen on port N (1753; 0: any free one)",
+         "N"},
+        {"scenario", 's', 0, G_OPTION_ARG_FILENAME_ARRAY, &parsed.scenarios,
          "Play the timed commands of FILE (may be given several times)", "FILE"},
-        {"verbose", 'v', 0, G_OPTION_ARG_NONE, &verbose,
+        {"verbose", 'v', 0, G_OPTION_ARG_NONE, &parsed.verbose,
          "Show connections and uneventful polls too", nullptr},
-        {"timestamps", 't', 0, G_OPTION_ARG_NONE, &timestamps,
+        {"timestamps", 't', 0, G_OPTION_ARG_NONE, &parsed.timestamps,
          "Begin each line with the monotonic clock in microseconds", nullptr},
-        {"capture", 'c', 0, G_OPTION_ARG_FILENAME, &raw_capture,
+        {"capture", 'c', 0, G_OPTION_ARG_FILENAME, &parsed.capture,
          "Write each request and reply to a numbered file in DIR", "DIR"},
-        {"ready-fd", 0, 0, G_OPTION_ARG_INT, &ready_descriptor,
+        {"ready-fd", 0, 0, G_OPTION_ARG_INT, &parsed.ready_descriptor,
          "Write \"port=N\" to descriptor FD once listening, and close it", "FD"},
-        {"exit-at-eof", 0, 0, G_OPTION_ARG_NONE, &exit_at_eof,
+        {"exit-at-eof", 0, 0, G_OPTION_ARG_NONE, &parsed.exit_at_eof,
          "End with standard input, after the last timed command", nullptr},
-        {"no-stdin", 0, 0, G_OPTION_ARG_NONE, &no_stdin, "Do not read standard input", nullptr},
-        {"version", 0, 0, G_OPTION_ARG_NONE, &version, "Show the version and end", nullptr},
+        {"no-stdin", 0, 0, G_OPTION_ARG_NONE, &parsed.no_stdin, "Do not read standard input",
+         nullptr},
+        {"version", 0, 0, G_OPTION_ARG_NONE, &parsed.version, "Show the version and end", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
     };
     const std::unique_ptr<GOptionContext, GOptionContextFree> context(
@@ -58,35 +66,44 @@ ProgramOptions parse_program_options(int argc, char** argv) {
     GError* raw_error = nullptr;
     const bool understood = g_option_context_parse(context.get(), &argc, &argv, &raw_error);
     const GErrorPtr error(raw_error);
-    const std::unique_ptr<char*, GStrvFree> scenarios(raw_scenarios);
-    const GTextPtr capture(raw_capture);
     if (!understood) {
         throw UsageError(error->message);
     }
     if (argc > 1) {
         throw UsageError(std::string("unexpected argument ") + argv[1]);
     }
-    if (port < 0 || port > std::numeric_limits<std::uint16_t>::max()) {
-        throw UsageError("bad port " + std::to_string(port));
+}
+
+ProgramOptions checked(const ParsedOptions& parsed) {
+    if (parsed.port < 0 || parsed.port > std::numeric_limits<std::uint16_t>::max()) {
+        throw UsageError("bad port " + std::to_string(parsed.port));
     }
-    if (exit_at_eof && no_stdin) {
+    if (parsed.exit_at_eof && parsed.no_stdin) {
         throw UsageError("--exit-at-eof and --no-stdin exclude each other");
     }
     ProgramOptions options;
-    options.port = static_cast<std::uint16_t>(port);
-    for (char** name = scenarios.get(); name != nullptr && *name != nullptr; ++name) {
+    options.port = static_cast<std::uint16_t>(parsed.port);
+    for (char** name = parsed.scenarios; name != nullptr && *name != nullptr; ++name) {
         options.scenarios.emplace_back(*name);
     }
-    options.capture_directory = capture != nullptr ? capture.get() : "";
-    if (ready_descriptor >= 0) {
-        options.ready_descriptor = ready_descriptor;
+    options.capture_directory = parsed.capture != nullptr ? parsed.capture : "";
+    if (parsed.ready_descriptor >= 0) {
+        options.ready_descriptor = parsed.ready_descriptor;
     }
-    options.verbose = verbose;
-    options.timestamps = timestamps;
-    options.exit_at_eof = exit_at_eof;
-    options.no_stdin = no_stdin;
-    options.version = version;
+    options.verbose = parsed.verbose;
+    options.timestamps = parsed.timestamps;
+    options.exit_at_eof = parsed.exit_at_eof;
+    options.no_stdin = parsed.no_stdin;
+    options.version = parsed.version;
     return options;
+}
+
+} // namespace
+
+ProgramOptions parse_program_options(int argc, char** argv) {
+    ParsedOptions parsed;
+    parse(argc, argv, parsed);
+    return checked(parsed);
 }
 
 } // namespace printer_simulator

@@ -1,17 +1,6 @@
 #include "service_thread.h"
 
-#include <future>
-
 namespace printer_simulator {
-
-namespace {
-
-gboolean run_task(gpointer task) {
-    (*static_cast<std::packaged_task<void()>*>(task))();
-    return G_SOURCE_REMOVE;
-}
-
-} // namespace
 
 ServiceThread::ServiceThread(ServiceObserver observer, std::uint16_t port)
     : context_(g_main_context_new()), loop_(g_main_loop_new(context_.get(), FALSE)) {
@@ -54,12 +43,26 @@ void ServiceThread::call(const std::function<void(PrinterService&)>& work) {
 void ServiceThread::run_on_thread(const std::function<void()>& work) {
     std::packaged_task<void()> task(work);
     std::future<void> done = task.get_future();
-    GSource* source = g_idle_source_new();
-    g_source_set_priority(source, G_PRIORITY_DEFAULT);
-    g_source_set_callback(source, run_task, &task, nullptr);
-    g_source_attach(source, context_.get());
-    g_source_unref(source);
+    {
+        const std::lock_guard lock(tasks_mutex_);
+        tasks_.push_back(std::move(task));
+    }
+    const auto run_next = +[](gpointer self) -> gboolean {
+        static_cast<ServiceThread*>(self)->run_next_task();
+        return G_SOURCE_REMOVE;
+    };
+    g_main_context_invoke_full(context_.get(), G_PRIORITY_DEFAULT, run_next, this, nullptr);
     done.get();
+}
+
+void ServiceThread::run_next_task() {
+    std::packaged_task<void()> task;
+    {
+        const std::lock_guard lock(tasks_mutex_);
+        task = std::move(tasks_.front());
+        tasks_.pop_front();
+    }
+    task();
 }
 
 } // namespace printer_simulator

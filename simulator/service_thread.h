@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
+#include <future>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "glib_support.h"
@@ -31,11 +34,14 @@ public:
 
 private:
     void run_on_thread(const std::function<void()>& work);
+    void run_next_task();
 
     GMainContextPtr context_;
     GMainLoopPtr loop_;
     std::unique_ptr<PrinterService> service_; // used on the thread only
     std::uint16_t port_ = 0;
+    std::mutex tasks_mutex_; // guards tasks_; the main context only wakes the thread up
+    std::deque<std::packaged_task<void()>> tasks_;
     std::thread thread_;
 };
 

@@ -1,0 +1,243 @@
+#include "command_interpreter.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "simulator_test_support.h"
+
+namespace printer_simulator::test {
+namespace {
+
+// An interpreter on a context of its own; its service does not listen.
+class Interpreter : public testing::Test {
+protected:
+    Interpreter()
+        : context_((g_main_context_push_thread_default(raw_context_), raw_context_)),
+          timeline_(raw_context_), interpreter_(service_, timeline_, output()) {}
+    ~Interpreter() override { g_main_context_pop_thread_default(raw_context_); }
+
+    void run(std::string_view line) { interpreter_.execute(line, "stdin:1"); }
+    void run_until_drained() {
+        while (!timeline_.empty()) {
+            g_main_context_iteration(raw_context_, TRUE);
+        }
+    }
+    std::string last_complaint() const { return complaints_.empty() ? "" : complaints_.back(); }
+    std::vector<PrinterModel::OpenError> open_errors() const {
+        return service_.model().open_errors();
+    }
+
+    GMainContext* const raw_context_ = g_main_context_new();
+    GMainContextPtr context_;
+    PrinterService service_;
+    Timeline timeline_;
+    std::vector<std::string> answers_;
+    std::vector<std::string> complaints_;
+    bool quit_ = false;
+    CommandInterpreter interpreter_;
+
+private:
+    InterpreterOutput output() {
+        return {[this](std::string_view line) { answers_.emplace_back(line); },
+                [this](const std::string& where, const std::string& message) {
+                    complaints_.push_back(where + ": " + message);
+                },
+                [this] {
+                    quit_ = true;
+                }};
+    }
+};
+
+TEST_F(Interpreter, publishes_an_error_with_the_rest_of_the_line_as_its_text) {
+    run("error \"Front Desk\" 17 110 3 Print ribbon  out");
+    ASSERT_EQ(open_errors().size(), 1U);
+    const PrinterError error = open_errors()[0].error;
+    EXPECT_EQ(error.printer, "Front Desk");
+    EXPECT_EQ(error.job, "17");
+    EXPECT_EQ(error.code, "110");
+    EXPECT_EQ(error.severity, "3");
+    EXPECT_EQ(error.text, "Print ribbon  out");
+}
+
+TEST_F(Interpreter, gives_an_error_without_text_a_plain_one) {
+    run("error P 1 110 3");
+    EXPECT_EQ(open_errors().at(0).error.text, "Printer error 110.");
+    run("error P 1 110 3 \"\"");
+    EXPECT_EQ(open_errors().at(0).error.text, "");
+}
+
+TEST_F(Interpreter, takes_any_byte_in_a_quoted_name) {
+    run(R"(error "\xff\n\"x" "\0" 110 3 "a\\b")");
+    ASSERT_EQ(open_errors().size(), 1U);
+    EXPECT_EQ(open_errors()[0].error.printer, "\xff\n\"x");
+    EXPECT_EQ(open_errors()[0].error.job, std::string(1, '\0'));
+    EXPECT_EQ(open_errors()[0].error.text, "a\\b");
+}
+
+TEST_F(Interpreter, clears_one_error_or_all) {
+    run("error P 1 110 3");
+    run("error P 2 110 3");
+    run("error P 3 110 3");
+    run("clear P 2");
+    EXPECT_EQ(open_errors().size(), 2U);
+    run("clear-all");
+    EXPECT_TRUE(open_errors().empty());
+    EXPECT_TRUE(complaints_.empty());
+}
+
+TEST_F(Interpreter, complains_when_there_is_nothing_to_clear) {
+    run("clear P 2");
+    EXPECT_EQ(last_complaint(), "stdin:1: job \"2\" of printer \"P\" has no open error");
+}
+
+TEST_F(Interpreter, publishes_raw_texts_as_they_stand) {
+    run("raw <a b=\"1\">  </a>");
+    EXPECT_EQ(service_.model().newest_event(), 1U);
+    run(R"(raw "x\0y")");
+    run("raw \"\"");
+    EXPECT_EQ(service_.model().newest_event(), 3U);
+    run("raw");
+    EXPECT_NE(last_complaint().find("missing TEXT"), std::string::npos);
+}
+
+TEST_F(Interpreter, publishes_a_file_even_an_empty_one) {
+    const std::string path = testing::TempDir() + "simulator-empty-file";
+    std::ofstream(path).close();
+    run("raw-file \"" + path + "\"");
+    EXPECT_EQ(service_.model().newest_event(), 1U);
+    EXPECT_TRUE(complaints_.empty());
+    run("raw-file /does/not/exist");
+    EXPECT_NE(last_complaint().find("/does/not/exist"), std::string::npos);
+}
+
+TEST_F(Interpreter, skips_empty_lines_and_comments) {
+    run("");
+    run("   \t");
+    run("  # error P 1 110 3");
+    EXPECT_TRUE(complaints_.empty());
+    EXPECT_EQ(service_.model().newest_event(), 0U);
+}
+
+TEST_F(Interpreter, names_the_place_and_the_usage_of_a_bad_line) {
+    run("error P 1");
+    EXPECT_EQ(last_complaint(),
+              "stdin:1: missing CODE; usage: error PRINTER JOB CODE SEVERITY [TEXT]");
+    run("bogus 1 2");
+    EXPECT_EQ(last_complaint(), "stdin:1: unknown command \"bogus\"; \"help\" shows all");
+    run("clear P 1 2");
+    EXPECT_EQ(last_complaint(), "stdin:1: unexpected \"2\"; usage: clear PRINTER JOB");
+    run("+5x list");
+    EXPECT_EQ(last_complaint(), "stdin:1: bad time \"5x\"");
+    run("+5s");
+    EXPECT_EQ(last_complaint(), "stdin:1: missing command after the time");
+}
+
+TEST_F(Interpreter, lets_a_line_wait_for_its_time) {
+    run("+30ms error P late 110 3");
+    run("+1ms error P early 110 3");
+    EXPECT_TRUE(open_errors().empty());
+    run_until_drained();
+    ASSERT_EQ(open_errors().size(), 2U);
+    EXPECT_EQ(open_errors()[0].error.job, "early");
+}
+
+TEST_F(Interpreter, does_not_keep_a_line_waiting_for_a_later_one) {
+    const auto start = Timeline::Clock::now();
+    run("+9s error P late 110 3");
+    run("+1ms error P early 110 3");
+    while (open_errors().empty()) {
+        g_main_context_iteration(raw_context_, TRUE);
+    }
+    EXPECT_LT(Timeline::Clock::now() - start, std::chrono::seconds(5));
+    EXPECT_EQ(open_errors()[0].error.job, "early");
+}
+
+TEST_F(Interpreter, plays_a_scenario_in_the_order_of_its_times) {
+    const auto start = Timeline::Clock::now();
+    interpreter_.plan_scenario("# a comment\n"
+                               "error P first 110 3\n"
+                               "+20ms error P second 110 3\r\n"
+                               "error P third 110 3\n"
+                               "@60ms error P fifth 110 3\n"
+                               "@40ms error P fourth 110 3",
+                               "file");
+    run_until_drained();
+    EXPECT_GE(Timeline::Clock::now() - start, std::chrono::milliseconds(60));
+    std::string order;
+    for (const auto& open : open_errors()) {
+        order += open.error.job + " ";
+    }
+    EXPECT_EQ(order, "first second third fourth fifth ");
+    EXPECT_TRUE(complaints_.empty());
+}
+
+TEST_F(Interpreter, names_all_bad_lines_of_a_scenario_and_plays_the_others) {
+    interpreter_.plan_scenario("bogus\nerror P 1 110 3\n+x list\n", "file");
+    ASSERT_EQ(complaints_.size(), 2U);
+    EXPECT_EQ(complaints_[0].substr(0, 7), "file:1:");
+    EXPECT_EQ(complaints_[1].substr(0, 7), "file:3:");
+    run_until_drained();
+    EXPECT_EQ(open_errors().size(), 1U);
+}
+
+TEST_F(Interpreter, repeats_a_command_with_its_number) {
+    run("repeat 3 error P{n} job-{n} 110 3 \"text {n}\"");
+    ASSERT_EQ(open_errors().size(), 3U);
+    EXPECT_EQ(open_errors()[2].error.printer, "P3");
+    EXPECT_EQ(open_errors()[2].error.job, "job-3");
+    EXPECT_EQ(open_errors()[2].error.text, "text 3");
+}
+
+TEST_F(Interpreter, repeats_a_command_in_intervals) {
+    run("repeat 3 every 10ms error P job-{n} 110 3");
+    EXPECT_EQ(open_errors().size(), 1U);
+    run_until_drained();
+    EXPECT_EQ(open_errors().size(), 3U);
+}
+
+TEST_F(Interpreter, finds_a_bad_repeated_command_at_once) {
+    run("repeat 3 bogus");
+    EXPECT_NE(last_complaint().find("unknown command \"bogus\""), std::string::npos);
+    run("repeat x list");
+    EXPECT_NE(last_complaint().find("bad count \"x\""), std::string::npos);
+}
+
+TEST_F(Interpreter, sets_and_ends_a_fault) {
+    run("fault cut 12 times 3");
+    EXPECT_EQ(service_.fault().description(), "cut 12 times 3");
+    run("fault none");
+    EXPECT_EQ(service_.fault().kind, FaultKind::none);
+    run("fault bogus");
+    EXPECT_NE(last_complaint().find("unknown fault \"bogus\"; usage: fault"), std::string::npos);
+}
+
+TEST_F(Interpreter, lists_open_errors_so_that_they_can_be_typed_again) {
+    run(R"(error "a b" "\xff" 110 3 "x\ty")");
+    run("list");
+    ASSERT_EQ(answers_.size(), 2U);
+    EXPECT_EQ(answers_[0], R"(open error printer="a b" job="\377" error_code="110" severity="3")"
+                           R"( text="x\ty" event=1)");
+    EXPECT_EQ(answers_[1], "listed errors=1 events=1 listening=no connections=0 fault=\"none\"");
+}
+
+TEST_F(Interpreter, helps_with_every_command) {
+    run("help");
+    std::string help = "\n";
+    for (const std::string& line : answers_) {
+        help += line + "\n";
+    }
+    for (const char* name : {"error", "clear", "clear-all", "fail-again", "raw", "raw-file",
+                             "fault", "stop", "start", "repeat", "list", "help", "quit"}) {
+        EXPECT_NE(help.find("\n  " + std::string(name)), std::string::npos) << name;
+    }
+    EXPECT_TRUE(complaints_.empty());
+}
+
+TEST_F(Interpreter, quits) {
+    run("quit");
+    EXPECT_TRUE(quit_);
+}
+
+} // namespace
+} // namespace printer_simulator::test

@@ -1,0 +1,76 @@
+#include "documents.h"
+
+#include <gtest/gtest.h>
+
+#include "simulator_test_support.h"
+
+namespace printer_simulator::test {
+namespace {
+
+TEST(StatusDocument, holds_every_field_of_the_error) {
+    const std::string text =
+        status_document(EventKind::show, {"P", "J", "110", "3", "text", "S"}, 42);
+    EXPECT_EQ(element(text, "PrinterName"), "P");
+    EXPECT_EQ(element(text, "PrinterJobID"), "J");
+    EXPECT_EQ(element(text, "ErrorCode"), "110");
+    EXPECT_EQ(element(text, "ErrorString"), "text");
+    EXPECT_EQ(element(text, "ErrorSeverity"), "3");
+    EXPECT_EQ(element(text, "ServiceCode"), "S");
+    EXPECT_EQ(element(text, "PrinterState"), "Error");
+    EXPECT_EQ(element(text, "EventNumber"), "42");
+    EXPECT_NE(text.find("<PrinterStatus>"), std::string::npos);
+}
+
+TEST(StatusDocument, of_a_withdrawal_has_its_own_root) {
+    const std::string text = status_document(EventKind::remove, {"P", "J", "", "", "", ""}, 1);
+    EXPECT_NE(text.find("<RemovePrinterError>"), std::string::npos);
+    EXPECT_EQ(element(text, "PrinterState"), "Ready");
+}
+
+TEST(StatusDocument, escapes_markup_and_copies_other_bytes) {
+    const std::string text =
+        status_document(EventKind::show, {"\"'<>&\r\n\xff", "", "", "", "", ""}, 1);
+    EXPECT_EQ(element(text, "PrinterName"), "&quot;&apos;&lt;&gt;&amp;&#13;\n\xff");
+}
+
+TEST(ParseJobCommand, reads_every_field) {
+    const auto command = parse_job_command(job_command("A &amp; B", "17", "110", ACTION_RETRY));
+    ASSERT_TRUE(command);
+    EXPECT_EQ(command->printer, "A & B");
+    EXPECT_EQ(command->job, "17");
+    EXPECT_EQ(command->error_code, "110");
+    EXPECT_EQ(command->action, ACTION_RETRY);
+}
+
+TEST(ParseJobCommand, keeps_blanks_around_texts) {
+    const auto command = parse_job_command(job_command("  two  ", " ", "", -1));
+    ASSERT_TRUE(command);
+    EXPECT_EQ(command->printer, "  two  ");
+    EXPECT_EQ(command->action, -1);
+    EXPECT_EQ(command->error_code, "");
+}
+
+TEST(ParseJobCommand, refuses_what_is_not_a_command) {
+    const char* const texts[] = {
+        "",
+        "hello",
+        "<PrinterAction>",
+        "<PrinterAction/>",
+        "<Other><Action>100</Action></Other>",
+        "<PrinterAction><Action>10x</Action></PrinterAction>",
+        "<PrinterAction><Action>99999999999</Action></PrinterAction>",
+    };
+    for (const char* text : texts) {
+        EXPECT_FALSE(parse_job_command(text)) << text;
+    }
+}
+
+TEST(ActionName, knows_the_three_actions) {
+    EXPECT_EQ(action_name(100), "cancel");
+    EXPECT_EQ(action_name(101), "resume");
+    EXPECT_EQ(action_name(102), "retry");
+    EXPECT_EQ(action_name(103), "unknown");
+}
+
+} // namespace
+} // namespace printer_simulator::test

@@ -1,0 +1,97 @@
+#include "fault.h"
+
+#include <gtest/gtest.h>
+
+#include "command_interpreter.h"
+#include "wire.h"
+
+namespace printer_simulator {
+namespace {
+
+constexpr std::string_view TEXT = "<PrinterStatus/>";
+
+Fault fault_of(std::string_view words) {
+    Tokenizer tokenizer(words);
+    return parse_fault_words(tokenizer);
+}
+
+SpoiledReply spoiled(std::string_view words) {
+    std::mt19937 random;
+    return spoiled_reply(fault_of(words), TEXT, random);
+}
+
+TEST(SpoiledReply, is_the_proper_one_without_a_fault) {
+    const SpoiledReply reply = spoiled("none");
+    EXPECT_EQ(reply.plan.bytes, framed(TEXT));
+    EXPECT_EQ(reply.delivery, SpoiledReply::Delivery::whole);
+}
+
+TEST(SpoiledReply, is_cut_at_every_offset) {
+    for (std::size_t size = 0; size < framed(TEXT).size(); ++size) {
+        const SpoiledReply reply = spoiled("cut " + std::to_string(size));
+        EXPECT_EQ(reply.plan.bytes, framed(TEXT).substr(0, size));
+        EXPECT_EQ(reply.delivery, SpoiledReply::Delivery::failed);
+    }
+    EXPECT_EQ(spoiled("cut 1000").delivery, SpoiledReply::Delivery::whole);
+}
+
+TEST(SpoiledReply, lies_about_its_length) {
+    const SpoiledReply longer = spoiled("lie 18446744073709551615 hold");
+    EXPECT_EQ(longer.plan.bytes, std::string(8, '\xff') + std::string(TEXT));
+    EXPECT_EQ(longer.delivery, SpoiledReply::Delivery::failed);
+    EXPECT_TRUE(longer.plan.hold_open);
+    const SpoiledReply shorter = spoiled("lie 3");
+    EXPECT_EQ(shorter.delivery, SpoiledReply::Delivery::replaced);
+    EXPECT_EQ(shorter.text, "<Pr");
+    EXPECT_FALSE(shorter.plan.hold_open);
+}
+
+TEST(SpoiledReply, is_garbage_with_or_without_a_frame) {
+    const SpoiledReply framed_garbage = spoiled("garbage 100");
+    EXPECT_EQ(decoded_prefix(framed_garbage.plan.bytes), 100U);
+    EXPECT_EQ(framed_garbage.plan.bytes.size(), 108U);
+    EXPECT_EQ(spoiled("garbage 100 bare").plan.bytes.size(), 100U);
+    EXPECT_EQ(spoiled("garbage").plan.bytes.size(), 72U);
+}
+
+TEST(SpoiledReply, is_as_big_as_wanted) {
+    const SpoiledReply reply = spoiled("big 100K");
+    EXPECT_EQ(reply.text.size(), 102400U);
+    EXPECT_EQ(reply.text.substr(0, TEXT.size()), TEXT);
+    EXPECT_EQ(reply.plan.bytes, framed(reply.text));
+}
+
+TEST(SpoiledReply, is_late_slow_empty_or_withheld) {
+    EXPECT_EQ(spoiled("delay 2s").plan.delay.count(), 2000);
+    EXPECT_EQ(spoiled("trickle 3").plan.byte_interval->count(), 3);
+    EXPECT_EQ(spoiled("empty").plan.bytes, std::string(8, '\0'));
+    EXPECT_TRUE(spoiled("silent").plan.withheld);
+}
+
+TEST(Fault, describes_itself_in_the_words_that_give_it_again) {
+    for (const char* words :
+         {"none", "refuse", "silent on status", "delay 5 times 3", "cut 12 on commands times 2",
+          "lie 7 hold", "trickle 1", "garbage 64 bare", "big 1000", "empty times 1"}) {
+        EXPECT_EQ(fault_of(words).description(), words);
+    }
+}
+
+TEST(Fault, applies_to_its_target_only) {
+    EXPECT_TRUE(fault_of("silent").applies_to_status());
+    EXPECT_TRUE(fault_of("silent").applies_to_commands());
+    EXPECT_FALSE(fault_of("silent on commands").applies_to_status());
+    EXPECT_FALSE(fault_of("silent on status").applies_to_commands());
+    EXPECT_FALSE(fault_of("none").applies_to_status());
+}
+
+TEST(ParseFaultWords, refuses_what_makes_no_sense) {
+    for (const char* words :
+         {"", "bogus", "cut", "cut x", "cut 5 times", "cut 5 times 0", "cut 5 on x", "cut 5 hold",
+          "lie 5 bare", "refuse times 2", "none times 2", "silent 5", "big 2G",
+          "lie 18446744073709551616", "delay 1h"}) {
+        EXPECT_THROW(fault_of(words), CommandError) << words;
+    }
+}
+
+} // namespace
+} // namespace printer_simulator

@@ -1,0 +1,364 @@
+#include "printer_service.h"
+
+#include <gtest/gtest.h>
+
+#include "command_interpreter.h"
+#include "service_thread.h"
+#include "simulator_test_support.h"
+#include "wire.h"
+
+namespace printer_simulator::test {
+namespace {
+
+const PrinterError RIBBON{"Front Desk", "17", "110", "3", "Print ribbon out or missing.", "0"};
+const PrinterError CARD{"Back Office", "4", "111", "4", "Card not picked.", "0"};
+
+class Service : public testing::Test {
+protected:
+    void publish(const PrinterError& error) {
+        service_.call([&](PrinterService& service) { service.publish_error(error); });
+    }
+    void set_fault(std::string_view words) {
+        Tokenizer tokenizer(words);
+        const Fault fault = parse_fault_words(tokenizer);
+        service_.call([&](PrinterService& service) { service.set_fault(fault); });
+    }
+    std::string poll(std::string_view quoted = {}) { return poll_status(service_.port(), quoted); }
+    std::string raw_poll() { return raw_exchange(service_.port(), STATUS_REQUEST); }
+    void command(int action, std::string_view job = "17") {
+        framed_exchange(service_.port(), job_command("Front Desk", job, "110", action));
+    }
+    bool refuses() const {
+        try {
+            const WireClient client(service_.port());
+            return false;
+        } catch (const std::runtime_error&) {
+            return true;
+        }
+    }
+
+    OccurrenceLog log_;
+    ServiceThread service_{log_.observer()};
+};
+
+TEST_F(Service, leads_a_client_through_all_events) {
+    const std::string idle = poll();
+    EXPECT_EQ(idle, idle_document());
+    publish(RIBBON);
+    publish(CARD);
+    const std::string first = poll(idle);
+    EXPECT_EQ(element(first, "PrinterName"), "Front Desk");
+    const std::string second = poll(first);
+    EXPECT_EQ(element(second, "PrinterName"), "Back Office");
+    EXPECT_EQ(poll(second), second);
+}
+
+TEST_F(Service, answers_an_exchange_beside_silent_connections) {
+    std::vector<std::unique_ptr<WireClient>> silent;
+    for (int i = 0; i < 50; ++i) {
+        silent.push_back(std::make_unique<WireClient>(service_.port()));
+    }
+    EXPECT_EQ(poll(), idle_document());
+    silent.clear();
+    const Occurrence closed = log_.wait_for("connection closed", 50);
+    EXPECT_FALSE(closed.value("outcome").empty());
+}
+
+TEST_F(Service, tells_a_silent_connection_from_a_served_one) {
+    { const WireClient silent(service_.port()); }
+    EXPECT_EQ(log_.wait_for("connection closed").value("outcome"), "silent");
+    poll();
+    log_.wait_for("connection closed", 3);
+    std::size_t served = 0;
+    for (const Occurrence& closed : log_.all("connection closed")) {
+        served += closed.value("outcome") == "served" ? 1U : 0U;
+        if (closed.value("outcome") == "served") {
+            EXPECT_EQ(closed.value("received"), "30");
+        }
+    }
+    EXPECT_EQ(served, 1U);
+}
+
+TEST_F(Service, takes_a_request_in_pieces_of_one_byte) {
+    WireClient client(service_.port());
+    for (const char byte : framed(STATUS_REQUEST)) {
+        client.send({&byte, 1});
+    }
+    EXPECT_EQ(client.receive_until_closed(), framed(idle_document()));
+}
+
+TEST_F(Service, serves_others_while_one_request_is_incomplete) {
+    WireClient half(service_.port());
+    const std::string frame = framed(STATUS_REQUEST);
+    half.send(frame.substr(0, 12));
+    EXPECT_EQ(poll(), idle_document());
+    half.send(frame.substr(12));
+    EXPECT_EQ(half.receive_until_closed(), framed(idle_document()));
+}
+
+TEST_F(Service, answers_a_client_that_has_shut_down_its_sending_side) {
+    WireClient client(service_.port());
+    client.send(framed(STATUS_REQUEST));
+    client.shut_down_sending();
+    EXPECT_EQ(client.receive_until_closed(), framed(idle_document()));
+}
+
+TEST_F(Service, answers_such_a_client_late_as_well) {
+    set_fault("delay 50ms");
+    WireClient client(service_.port());
+    client.send(framed(STATUS_REQUEST));
+    client.shut_down_sending();
+    EXPECT_EQ(client.receive_until_closed(), framed(idle_document()));
+}
+
+TEST_F(Service, serves_others_while_a_client_does_not_read_its_reply) {
+    set_fault("big 64M times 1");
+    WireClient slow(service_.port());
+    slow.send(framed(STATUS_REQUEST));
+    log_.wait_for("fault ended");
+    EXPECT_EQ(poll(), idle_document());
+    EXPECT_EQ(slow.receive_until_closed().size(), PREFIX_SIZE + (64U << 20));
+}
+
+TEST_F(Service, reports_a_connection_that_ends_inside_a_request) {
+    {
+        WireClient client(service_.port());
+        client.send(framed(STATUS_REQUEST).substr(0, 20));
+    }
+    const Occurrence closed = log_.wait_for("connection closed");
+    EXPECT_EQ(closed.value("outcome"), "broken");
+    EXPECT_FALSE(closed.is_routine());
+}
+
+TEST_F(Service, closes_on_a_length_that_cannot_be_meant) {
+    WireClient client(service_.port());
+    client.send(frame_prefix(UINT64_MAX));
+    EXPECT_EQ(client.receive_until_closed(), "");
+    EXPECT_EQ(log_.wait_for("request refused").value("announced"), "18446744073709551615");
+}
+
+TEST_F(Service, takes_a_quoted_text_of_a_mebibyte_with_zero_bytes) {
+    std::string text(1 << 20, 'x');
+    text[1000] = '\0';
+    service_.call([&](PrinterService& service) { service.publish_raw(text); });
+    EXPECT_EQ(poll(), text);
+    publish(RIBBON);
+    EXPECT_EQ(element(poll(text), "PrinterName"), "Front Desk");
+}
+
+TEST_F(Service, shows_a_command_with_its_exact_text) {
+    publish({"A & \"B\"", "17", "110", "3", "", "0"});
+    const std::string request = job_command("A &amp; &quot;B&quot;", "17", "110", ACTION_RETRY);
+    EXPECT_EQ(framed_exchange(service_.port(), request), action_result_document("accepted"));
+    const Occurrence shown = log_.wait_for("request command");
+    EXPECT_EQ(shown.value("printer"), "A & \"B\"");
+    EXPECT_EQ(shown.value("job"), "17");
+    EXPECT_EQ(shown.value("action"), "102");
+    EXPECT_EQ(shown.value("action_name"), "retry");
+    EXPECT_EQ(shown.value("error_code"), "110");
+    EXPECT_EQ(shown.value("known"), "yes");
+    EXPECT_EQ(shown.value("text"), request);
+}
+
+TEST_F(Service, withdraws_the_error_of_a_cancelled_job) {
+    publish(RIBBON);
+    const std::string shown = poll();
+    command(ACTION_CANCEL);
+    EXPECT_NE(poll(shown).find("<RemovePrinterError>"), std::string::npos);
+}
+
+TEST_F(Service, lets_a_retried_job_fail_again_after_its_time) {
+    publish(RIBBON);
+    service_.call([](PrinterService& service) {
+        service.plan_failures("Front Desk", "17", 1, std::chrono::milliseconds(20));
+    });
+    command(ACTION_RETRY);
+    const Occurrence again = log_.wait_for("event published", 3);
+    EXPECT_EQ(again.value("kind"), "show");
+    EXPECT_EQ(again.value("job"), "17");
+    command(ACTION_RETRY);
+    EXPECT_EQ(log_.wait_for("event published", 4).value("kind"), "remove");
+}
+
+TEST_F(Service, reports_and_answers_odd_requests) {
+    publish(RIBBON);
+    const auto answer = [&](std::string_view request) {
+        return element(framed_exchange(service_.port(), request), "Result");
+    };
+    EXPECT_EQ(answer(job_command("Front Desk", "99", "110", ACTION_CANCEL)), "unknown-job");
+    EXPECT_EQ(log_.wait_for("request command").value("known"), "no");
+    EXPECT_EQ(answer(job_command("Front Desk", "17", "110", 7)), "unknown-action");
+    EXPECT_EQ(log_.wait_for("request command", 2).value("action_name"), "unknown");
+    EXPECT_EQ(answer("hello\xff"), "unreadable-request");
+    EXPECT_EQ(log_.wait_for("request unreadable").value("text"), "hello\xff");
+    EXPECT_EQ(answer(""), "unreadable-request");
+    EXPECT_EQ(element(poll(), "PrinterName"), "Front Desk");
+}
+
+TEST_F(Service, hides_polls_without_news_as_routine) {
+    publish(RIBBON);
+    const std::string first = poll();
+    poll(first);
+    EXPECT_FALSE(log_.wait_for("reply status").is_routine());
+    EXPECT_TRUE(log_.wait_for("reply status", 2).is_routine());
+    EXPECT_TRUE(log_.wait_for("connection opened").is_routine());
+}
+
+TEST_F(Service, refuses_connects_on_request_and_takes_them_again) {
+    set_fault("refuse");
+    EXPECT_TRUE(refuses());
+    set_fault("none");
+    EXPECT_EQ(poll(), idle_document());
+}
+
+TEST_F(Service, stays_silent_on_request) {
+    set_fault("silent");
+    WireClient client(service_.port());
+    client.send(framed(STATUS_REQUEST));
+    EXPECT_EQ(log_.wait_for("reply status").value("fault"), "silent");
+    EXPECT_FALSE(client.is_readable_within(std::chrono::milliseconds(100)));
+}
+
+TEST_F(Service, delays_on_request) {
+    set_fault("delay 80ms");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(poll(), idle_document());
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(79));
+}
+
+TEST_F(Service, cuts_a_reply_as_often_as_asked) {
+    set_fault("cut 12 times 2");
+    const std::string whole = framed(idle_document());
+    EXPECT_EQ(raw_poll(), whole.substr(0, 12));
+    EXPECT_EQ(raw_poll(), whole.substr(0, 12));
+    EXPECT_EQ(raw_poll(), whole);
+    log_.wait_for("fault ended");
+}
+
+TEST_F(Service, cuts_a_reply_at_every_offset) {
+    const std::string whole = framed(idle_document());
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        set_fault("cut " + std::to_string(size) + " times 1");
+        ASSERT_EQ(raw_poll(), whole.substr(0, size));
+    }
+}
+
+TEST_F(Service, lies_about_the_length) {
+    set_fault("lie 18446744073709551615");
+    EXPECT_EQ(raw_poll(), std::string(8, '\xff') + idle_document());
+}
+
+TEST_F(Service, holds_the_connection_open_after_a_lie) {
+    set_fault("lie 5000 hold");
+    WireClient client(service_.port());
+    client.send(framed(STATUS_REQUEST));
+    client.receive(8 + idle_document().size());
+    EXPECT_FALSE(client.is_readable_within(std::chrono::milliseconds(100)));
+}
+
+TEST_F(Service, trickles_byte_by_byte) {
+    set_fault("trickle 1ms");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(poll(), idle_document());
+    EXPECT_GE(std::chrono::steady_clock::now() - start,
+              std::chrono::milliseconds(idle_document().size()));
+}
+
+TEST_F(Service, loses_no_event_to_replies_that_the_client_could_not_use) {
+    for (const char* fault : {"garbage 64 times 1", "empty times 1", "lie 30 times 1"}) {
+        publish(RIBBON);
+        std::string quoted = poll();
+        quoted = poll(quoted);
+        publish(CARD);
+        set_fault(fault);
+        const std::string useless =
+            raw_exchange(service_.port(), std::string(STATUS_REQUEST) + quoted).substr(PREFIX_SIZE);
+        const std::string taken =
+            std::string_view(fault).starts_with("lie") ? useless.substr(0, 30) : useless;
+        EXPECT_EQ(element(poll(taken), "PrinterName"), "Back Office") << fault;
+        service_.call([](PrinterService& service) { service.clear_all(); });
+    }
+}
+
+TEST_F(Service, pads_a_reply_to_the_wanted_size_and_goes_on_after_it) {
+    publish(RIBBON);
+    publish(CARD);
+    set_fault("big 1M times 1");
+    const std::string big = poll();
+    EXPECT_EQ(big.size(), 1048576U);
+    EXPECT_EQ(element(big, "PrinterName"), "Front Desk");
+    EXPECT_EQ(element(poll(big), "PrinterName"), "Back Office");
+}
+
+TEST_F(Service, spoils_only_the_replies_it_was_told_to) {
+    publish(RIBBON);
+    set_fault("cut 0 on commands");
+    EXPECT_EQ(element(poll(), "PrinterName"), "Front Desk");
+    EXPECT_EQ(raw_exchange(service_.port(), job_command("Front Desk", "17", "110", 100)), "");
+    EXPECT_EQ(log_.wait_for("request command").value("known"), "yes");
+    set_fault("cut 0 on status");
+    EXPECT_EQ(raw_poll(), "");
+    EXPECT_EQ(framed_exchange(service_.port(), "x"), action_result_document("unreadable-request"));
+}
+
+TEST_F(Service, drops_its_connections_when_stopped_and_keeps_its_state) {
+    publish(RIBBON);
+    const std::string first = poll();
+    WireClient client(service_.port());
+    log_.wait_for("connection opened", 3);
+    service_.call([](PrinterService& service) { service.stop(); });
+    EXPECT_EQ(client.receive_until_closed(), "");
+    EXPECT_TRUE(refuses());
+    service_.call([](PrinterService& service) { service.start(); });
+    EXPECT_EQ(poll(first), first);
+}
+
+TEST_F(Service, comes_back_by_itself) {
+    service_.call([](PrinterService& service) { service.stop(std::chrono::milliseconds(30)); });
+    log_.wait_for("service started");
+    EXPECT_EQ(poll(), idle_document());
+}
+
+TEST_F(Service, survives_many_restarts) {
+    for (int i = 0; i < 200; ++i) {
+        service_.call([](PrinterService& service) {
+            service.stop();
+            service.start();
+        });
+        ASSERT_EQ(poll(), idle_document());
+    }
+}
+
+TEST_F(Service, cannot_have_a_port_that_is_taken) {
+    EXPECT_THROW(ServiceThread({}, service_.port()), std::runtime_error);
+}
+
+TEST_F(Service, serves_many_clients_at_once) {
+    publish(RIBBON);
+    std::vector<std::unique_ptr<WireClient>> clients;
+    for (int i = 0; i < 100; ++i) {
+        clients.push_back(std::make_unique<WireClient>(service_.port()));
+        clients.back()->send(framed(STATUS_REQUEST));
+    }
+    for (const auto& client : clients) {
+        EXPECT_EQ(element(client->receive_until_closed(), "PrinterName"), "Front Desk");
+    }
+}
+
+TEST(ServiceObserver, gets_the_exact_frames) {
+    std::vector<std::string> requests;
+    std::vector<std::string> replies;
+    ServiceObserver observer;
+    observer.exchanged = [&](std::uint64_t, bool is_request, std::string_view frame) {
+        (is_request ? requests : replies).emplace_back(frame);
+    };
+    {
+        const ServiceThread service(observer);
+        framed_exchange(service.port(), STATUS_REQUEST);
+    }
+    EXPECT_EQ(requests, std::vector{framed(STATUS_REQUEST)});
+    EXPECT_EQ(replies, std::vector{framed(idle_document())});
+}
+
+} // namespace
+} // namespace printer_simulator::test

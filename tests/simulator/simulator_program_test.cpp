@@ -1,0 +1,249 @@
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "glib_support.h"
+#include "simulator_test_support.h"
+#include "wire.h"
+
+namespace printer_simulator::test {
+namespace {
+
+// A running simulator program, with its input and its output lines. Ended at the latest here.
+class Program {
+public:
+    explicit Program(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), SIMULATOR_PROGRAM);
+        std::vector<const char*> argv;
+        for (const std::string& argument : arguments) {
+            argv.push_back(argument.c_str());
+        }
+        argv.push_back(nullptr);
+        const auto flags = static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDIN_PIPE |
+                                                         G_SUBPROCESS_FLAGS_STDOUT_PIPE |
+                                                         G_SUBPROCESS_FLAGS_STDERR_PIPE);
+        process_.reset(g_subprocess_newv(argv.data(), flags, nullptr));
+        output_.reset(g_data_input_stream_new(g_subprocess_get_stdout_pipe(process_.get())));
+        errors_.reset(g_data_input_stream_new(g_subprocess_get_stderr_pipe(process_.get())));
+    }
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+    ~Program() {
+        g_subprocess_force_exit(process_.get());
+        g_subprocess_wait(process_.get(), nullptr, nullptr);
+    }
+
+    void type(const std::string& line) {
+        const std::string bytes = line + "\n";
+        GOutputStream* input = g_subprocess_get_stdin_pipe(process_.get());
+        g_output_stream_write_all(input, bytes.data(), bytes.size(), nullptr, nullptr, nullptr);
+    }
+    void end_input() {
+        g_output_stream_close(g_subprocess_get_stdin_pipe(process_.get()), nullptr, nullptr);
+    }
+    void signal(int number) { g_subprocess_send_signal(process_.get(), number); }
+
+    // The next line that holds `part`. Fails the test at the end of the output.
+    std::string line_with(const std::string& part) { return line_with(output_.get(), part); }
+    std::string complaint_with(const std::string& part) { return line_with(errors_.get(), part); }
+    std::uint16_t ready_port() {
+        const std::string line = line_with("ready port=");
+        return static_cast<std::uint16_t>(std::atoi(line.c_str() + line.find('=') + 1));
+    }
+    int exit_status() {
+        g_subprocess_wait(process_.get(), nullptr, nullptr);
+        return g_subprocess_get_if_exited(process_.get())
+                   ? g_subprocess_get_exit_status(process_.get())
+                   : -1;
+    }
+
+private:
+    static std::string line_with(GDataInputStream* stream, const std::string& part) {
+        while (true) {
+            const GTextPtr line(g_data_input_stream_read_line(stream, nullptr, nullptr, nullptr));
+            if (line == nullptr) {
+                ADD_FAILURE() << "no line with: " << part;
+                return "";
+            }
+            if (std::string_view(line.get()).find(part) != std::string_view::npos) {
+                return line.get();
+            }
+        }
+    }
+
+    GObjectPtr<GSubprocess> process_;
+    GObjectPtr<GDataInputStream> output_;
+    GObjectPtr<GDataInputStream> errors_;
+};
+
+// A directory of its own, gone at the end.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory() : path_(testing::TempDir() + "simulator-XXXXXX") {
+        if (mkdtemp(path_.data()) == nullptr) {
+            throw std::runtime_error("mkdtemp failed");
+        }
+    }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+    ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+TEST(SimulatorProgram, takes_commands_and_serves_them) {
+    Program program({"--port", "0"});
+    const std::uint16_t port = program.ready_port();
+    program.type("error \"Front Desk\" 17 110 3 Ribbon");
+    EXPECT_EQ(program.line_with("event published"),
+              "event published event=1 kind=show size=361 printer=\"Front Desk\" job=\"17\" "
+              "error_code=\"110\" severity=\"3\" text=\"Ribbon\"");
+    EXPECT_EQ(element(poll_status(port), "PrinterName"), "Front Desk");
+    EXPECT_NE(program.line_with("reply status").find("event=1 new=yes"), std::string::npos);
+}
+
+TEST(SimulatorProgram, ends_cleanly_on_signals_and_quit) {
+    for (const int number : {SIGTERM, SIGINT}) {
+        Program program({"--port", "0"});
+        program.ready_port();
+        program.signal(number);
+        EXPECT_EQ(program.line_with("ended"), "ended reason=signal");
+        EXPECT_EQ(program.exit_status(), 0);
+    }
+    Program program({"--port", "0"});
+    program.type("quit");
+    EXPECT_EQ(program.line_with("ended"), "ended reason=quit");
+    EXPECT_EQ(program.exit_status(), 0);
+}
+
+TEST(SimulatorProgram, goes_on_after_the_end_of_input) {
+    Program program({"--port", "0"});
+    const std::uint16_t port = program.ready_port();
+    program.end_input();
+    EXPECT_EQ(poll_status(port), idle_document());
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.exit_status(), 0);
+}
+
+TEST(SimulatorProgram, ends_with_its_input_after_the_last_timed_line_when_asked) {
+    Program program({"--port", "0", "--exit-at-eof"});
+    program.type("+50ms error P 1 110 3");
+    program.type("list");
+    program.end_input();
+    program.line_with("listed errors=0");
+    program.line_with("event published");
+    EXPECT_EQ(program.line_with("ended"), "ended reason=end-of-input");
+    EXPECT_EQ(program.exit_status(), 0);
+}
+
+TEST(SimulatorProgram, names_the_line_that_it_does_not_understand_and_goes_on) {
+    Program program({"--port", "0"});
+    program.type("list");
+    program.type("bogus");
+    program.type("error P 1 110 3");
+    EXPECT_EQ(program.complaint_with("bogus"),
+              "stdin:2: unknown command \"bogus\"; \"help\" shows all");
+    program.line_with("event published");
+}
+
+TEST(SimulatorProgram, says_when_its_port_is_taken) {
+    Program first({"--port", "0"});
+    const std::string port = std::to_string(first.ready_port());
+    Program second({"--port", port});
+    second.complaint_with("cannot listen on 127.0.0.1 port " + port);
+    EXPECT_EQ(second.exit_status(), 1);
+}
+
+TEST(SimulatorProgram, refuses_a_command_line_that_makes_no_sense) {
+    const std::vector<std::vector<std::string>> cases = {
+        {"--bogus"},      {"--port", "x"}, {"--port", "65536"},
+        {"--port", "-1"}, {"argument"},    {"--exit-at-eof", "--no-stdin"}};
+    for (const auto& arguments : cases) {
+        Program program(arguments);
+        program.complaint_with("(see --help)");
+        EXPECT_EQ(program.exit_status(), 2) << arguments[0];
+    }
+}
+
+TEST(SimulatorProgram, shows_help_and_version) {
+    Program help({"--help"});
+    help.line_with("--exit-at-eof");
+    EXPECT_EQ(help.exit_status(), 0);
+    Program version({"--version"});
+    version.line_with("zor-printer-service-simulator ");
+    EXPECT_EQ(version.exit_status(), 0);
+}
+
+TEST(SimulatorProgram, shows_connections_and_times_when_asked) {
+    Program program({"--port", "0", "--verbose", "--timestamps"});
+    const gint64 before = g_get_monotonic_time();
+    const std::uint16_t port = program.ready_port();
+    poll_status(port);
+    const std::string line = program.line_with("connection opened");
+    const gint64 stamp = std::atoll(line.c_str());
+    EXPECT_GE(stamp, before);
+    EXPECT_LE(stamp, g_get_monotonic_time());
+}
+
+TEST(SimulatorProgram, captures_requests_and_replies) {
+    const TemporaryDirectory directory;
+    Program program({"--port", "0", "--capture", directory.path()});
+    framed_exchange(program.ready_port(), STATUS_REQUEST);
+    EXPECT_EQ(file_content(directory.path() + "/000001-request.bin"), framed(STATUS_REQUEST));
+    EXPECT_EQ(file_content(directory.path() + "/000001-reply.bin"), framed(idle_document()));
+}
+
+TEST(SimulatorProgram, tells_its_readiness_on_a_descriptor) {
+    Program program({"--port", "0", "--ready-fd", "2"});
+    const std::uint16_t port = program.ready_port();
+    EXPECT_EQ(program.complaint_with("port="), "port=" + std::to_string(port));
+}
+
+TEST(SimulatorProgram, says_when_a_scenario_cannot_be_read) {
+    Program program({"--port", "0", "--scenario", "/does/not/exist"});
+    program.complaint_with("/does/not/exist");
+    EXPECT_EQ(program.exit_status(), 1);
+}
+
+class SimulatorScenario : public testing::TestWithParam<std::string> {};
+
+TEST_P(SimulatorScenario, is_understood_and_begins_by_saying_what_is_seen) {
+    const std::string path = std::string(SCENARIO_DIRECTORY) + "/" + GetParam() + ".scenario";
+    const std::string text = file_content(path);
+    EXPECT_TRUE(text.starts_with("# ")) << path;
+    // What is not understood is said before the program waits for input.
+    Program program({"--port", "0", "--scenario", path});
+    program.ready_port();
+    program.line_with("event published");
+    program.type("bogus");
+    EXPECT_EQ(program.complaint_with("").substr(0, 8), "stdin:1:");
+}
+
+INSTANTIATE_TEST_SUITE_P(all, SimulatorScenario,
+                         testing::Values("card-jam-retry", "demo", "flapping-service", "ribbon-out",
+                                         "severities", "three-printers"),
+                         [](const auto& scenario) {
+                             std::string name = scenario.param;
+                             std::replace(name.begin(), name.end(), '-', '_');
+                             return name;
+                         });
+
+TEST(SimulatorScenarios, are_all_tested) {
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(SCENARIO_DIRECTORY)) {
+        files += entry.path().extension() == ".scenario" ? 1U : 0U;
+    }
+    EXPECT_EQ(files, 6U);
+}
+
+} // namespace
+} // namespace printer_simulator::test

@@ -1,0 +1,151 @@
+#include "simulator_test_support.h"
+
+#include <arpa/inet.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+
+#include "wire.h"
+
+namespace printer_simulator::test {
+
+WireClient::WireClient(std::uint16_t port) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    timeval limit{};
+    limit.tv_sec = DEADLINE.count();
+    ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    if (::connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        ::close(socket_);
+        throw std::runtime_error("connect refused");
+    }
+}
+
+WireClient::~WireClient() {
+    ::close(socket_);
+}
+
+void WireClient::send(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (count < 0) {
+            throw std::runtime_error("send failed");
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+void WireClient::shut_down_sending() {
+    ::shutdown(socket_, SHUT_WR);
+}
+
+std::string WireClient::receive(std::size_t count) {
+    std::string received;
+    std::array<char, 65536> buffer;
+    while (received.size() < count) {
+        const ssize_t got =
+            ::recv(socket_, buffer.data(), std::min(buffer.size(), count - received.size()), 0);
+        if (got < 0) {
+            throw std::runtime_error("receive failed");
+        }
+        if (got == 0) {
+            break;
+        }
+        received.append(buffer.data(), static_cast<std::size_t>(got));
+    }
+    return received;
+}
+
+std::string WireClient::receive_until_closed() {
+    return receive(std::string::npos);
+}
+
+bool WireClient::is_readable_within(std::chrono::milliseconds time) const {
+    pollfd watched{socket_, POLLIN, 0};
+    return ::poll(&watched, 1, static_cast<int>(time.count())) > 0;
+}
+
+std::string raw_exchange(std::uint16_t port, std::string_view request) {
+    WireClient client(port);
+    client.send(framed(request));
+    return client.receive_until_closed();
+}
+
+std::string framed_exchange(std::uint16_t port, std::string_view request) {
+    const std::string bytes = raw_exchange(port, request);
+    if (bytes.size() < PREFIX_SIZE || decoded_prefix(bytes) != bytes.size() - PREFIX_SIZE) {
+        throw std::runtime_error("the reply is not one frame");
+    }
+    return bytes.substr(PREFIX_SIZE);
+}
+
+std::string poll_status(std::uint16_t port, std::string_view quoted) {
+    const WireClient silent(port);
+    return framed_exchange(port, std::string(STATUS_REQUEST) + std::string(quoted));
+}
+
+std::string job_command(std::string_view printer, std::string_view job, std::string_view code,
+                        int action) {
+    std::string out = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<PrinterAction>\n";
+    out.append("    <PrinterName>").append(printer).append("</PrinterName>\n");
+    out.append("    <Action>").append(std::to_string(action)).append("</Action>\n");
+    out.append("    <PrinterJobID>").append(job).append("</PrinterJobID>\n");
+    out.append("    <ErrorCode>").append(code).append("</ErrorCode>\n");
+    return out + "</PrinterAction>\n";
+}
+
+std::string element(const std::string& document, const std::string& name) {
+    const std::string open = "<" + name + ">";
+    const std::size_t begin = document.find(open);
+    const std::size_t end = document.find("</" + name + ">");
+    if (begin == std::string::npos || end == std::string::npos) {
+        return {};
+    }
+    return document.substr(begin + open.size(), end - begin - open.size());
+}
+
+ServiceObserver OccurrenceLog::observer() {
+    ServiceObserver observer;
+    observer.occurred = [this](const Occurrence& occurrence) {
+        const std::lock_guard lock(mutex_);
+        occurrences_.push_back(occurrence);
+        changed_.notify_all();
+    };
+    return observer;
+}
+
+Occurrence OccurrenceLog::wait_for(std::string_view words, std::size_t count) {
+    std::unique_lock lock(mutex_);
+    const Occurrence* found = nullptr;
+    const auto happened = [&] {
+        std::size_t seen = 0;
+        for (const Occurrence& occurrence : occurrences_) {
+            if (occurrence.words() == words && ++seen == count) {
+                found = &occurrence;
+                return true;
+            }
+        }
+        return false;
+    };
+    if (!changed_.wait_for(lock, DEADLINE, happened)) {
+        throw std::runtime_error("did not happen: " + std::string(words));
+    }
+    return *found;
+}
+
+std::vector<Occurrence> OccurrenceLog::all(std::string_view words) {
+    const std::lock_guard lock(mutex_);
+    std::vector<Occurrence> matching;
+    std::copy_if(occurrences_.begin(), occurrences_.end(), std::back_inserter(matching),
+                 [words](const Occurrence& occurrence) { return occurrence.words() == words; });
+    return matching;
+}
+
+} // namespace printer_simulator::test

@@ -1,0 +1,71 @@
+// What the simulator's tests share: a client on real sockets, a log of occurrences, builders.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "documents.h"
+#include "occurrence.h"
+#include "printer_service.h"
+
+namespace printer_simulator::test {
+
+/// No test waits longer than this for something that must come.
+inline constexpr std::chrono::seconds DEADLINE{10};
+
+/// A blocking client connection to 127.0.0.1; receives give up after DEADLINE.
+class WireClient {
+public:
+    /// Throws std::runtime_error when the connection is refused.
+    explicit WireClient(std::uint16_t port);
+    WireClient(const WireClient&) = delete;
+    WireClient& operator=(const WireClient&) = delete;
+    ~WireClient();
+
+    void send(std::string_view bytes);
+    void shut_down_sending();
+    /// Up to `count` bytes; fewer only when the peer closed. Throws std::runtime_error at DEADLINE.
+    std::string receive(std::size_t count);
+    std::string receive_until_closed();
+    /// Whether bytes or a close arrive within `time`.
+    bool is_readable_within(std::chrono::milliseconds time) const;
+
+private:
+    int socket_;
+};
+
+/// The bytes that come back for one framed request, until the service closes.
+std::string raw_exchange(std::uint16_t port, std::string_view request);
+/// The reply text. Throws std::runtime_error when the reply is not one whole frame.
+std::string framed_exchange(std::uint16_t port, std::string_view request);
+/// One status poll as the real client does it, with a silent connection beside it.
+std::string poll_status(std::uint16_t port, std::string_view quoted = {});
+/// A job command document as the real client writes it.
+std::string job_command(std::string_view printer, std::string_view job, std::string_view code,
+                        int action);
+
+/// The text of the first element `name` in a document; empty without one.
+std::string element(const std::string& document, const std::string& name);
+
+/// Gathers occurrences from a service's thread.
+class OccurrenceLog {
+public:
+    ServiceObserver observer();
+    /// Waits until `words` happened `count` times and returns the last of these. Throws
+    /// std::runtime_error at DEADLINE.
+    Occurrence wait_for(std::string_view words, std::size_t count = 1);
+    std::vector<Occurrence> all(std::string_view words);
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<Occurrence> occurrences_;
+};
+
+} // namespace printer_simulator::test

@@ -176,6 +176,7 @@ std::string find_display_text(int error_code);
 void show_display_text(GtkBuilder* builder, const std::string& display_text);
 void fit_text_area(GtkWidget* window, GtkWidget* text_view, const std::string& display_text);
 GdkPixbuf* get_icon(const std::string& file_name);
+void describe_icon(GtkWidget* icon_image, const std::string& display_text);
 void guard_error_box(GtkWidget* box);
 void size_and_show_error_box(GtkWidget* window);
 
@@ -584,6 +585,7 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error) {
     } else {
         gtk_image_set_from_file(icon_image, icon_file_name.c_str());
     }
+    describe_icon(GTK_WIDGET(icon_image), display_text);
     gtk_window_set_deletable(GTK_WINDOW(win), FALSE);
     gtk_window_set_keep_above(GTK_WINDOW(win), TRUE);
     guard_error_box(win);
@@ -776,6 +778,14 @@ GdkPixbuf* get_icon(const std::string& file_name) {
                                      << " result=" << static_cast<const void*>(result)
                                      << " scale_factor=" << icon_scale_factor);
     return result;
+}
+
+// Tells a screen reader what the icon stands for: the title, the first line of the text.
+void describe_icon(GtkWidget* icon_image, const std::string& display_text) {
+    if (icon_image != nullptr) {
+        atk_object_set_description(gtk_widget_get_accessible(icon_image),
+                                   display_text.substr(0, display_text.find('\n')).c_str());
+    }
 }
 
 // The handler of "delete-event". Window managers and task bars ask even a window without a close

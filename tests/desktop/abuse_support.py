@@ -1,0 +1,105 @@
+"""What the tests that abuse the program share."""
+
+import os
+import pathlib
+import re
+import subprocess
+
+import pytest
+
+from harness.sandbox import build_directory
+from harness.waiting import DEADLINE_SCALE, wait_until
+
+PRELOAD = pathlib.Path(__file__).resolve().parent / "preload"
+FAILED = "caught c++ exception: "
+POLLED = "get_updated_printer_status end; status_text="
+PRESENTED = "present_error_box begin; printer="
+
+
+def preloaded(name):
+    """The environment in which the program runs with preload/NAME.c in front of its libraries."""
+    library = build_directory() / f"{name}.so"
+    fresh = library.with_suffix(f".{os.getpid()}")  # several tests may be at it
+    subprocess.run(["cc", "-O1", "-fPIC", "-shared", "-Wall", "-Wextra", "-fno-builtin", "-o",
+                    fresh, PRELOAD / f"{name}.c", "-ldl"], check=True)
+    fresh.replace(library)
+    options = os.environ.get("ASAN_OPTIONS", "")
+    return {"LD_PRELOAD": str(library),
+            # Its run-time library wants to be the first otherwise.
+            "ASAN_OPTIONS": ":".join(filter(None, [options, "verify_asan_link_order=0"]))}
+
+
+def is_sanitized():
+    """Whether the program under test has a sanitizer in it, with an allocator of its own."""
+    program = (build_directory() / "zor-card-printer-error-ui").read_bytes()
+    return b"__asan_init" in program or b"__tsan_init" in program
+
+
+def skip_when_sanitized(reason):
+    if is_sanitized():
+        pytest.skip(reason)
+
+
+# ---- What the program takes of the machine ------------------------------------------------------
+
+def memory(desktop, program, figure="VmRSS"):
+    """A figure of /proc/PID/status, in KiB."""
+    status = desktop.sandbox.call("read_file", path=f"/proc/{program.pid}/status")
+    return int(re.search(rf"^{figure}:\s+(\d+) kB", status, re.MULTILINE)[1])
+
+
+def descriptors(desktop, program):
+    return desktop.sandbox.call("list_directory", path=f"/proc/{program.pid}/fd")
+
+
+def processor_seconds(desktop, program):
+    """How long the program has computed so far."""
+    stat = desktop.sandbox.call("read_file", path=f"/proc/{program.pid}/stat")
+    user, system = stat.rpartition(")")[2].split()[11:13]
+    return (int(user) + int(system)) / os.sysconf("SC_CLK_TCK")
+
+
+# ---- What the person has on the screen ----------------------------------------------------------
+
+def looks(desktop):
+    """All boxes, by what a person can tell apart."""
+    return {(box.window.id, box.title, box.text, tuple(box.labels), box.window.frame)
+            for box in desktop.person.boxes()}
+
+
+class Visitor:
+    """Reports errors one after the other, each to be seen, and takes them away again."""
+
+    def __init__(self, desktop):
+        self.desktop = desktop
+        self.count = 0
+
+    def report(self):
+        """Reports a new error; returns the printer's name."""
+        self.count += 1
+        printer = f"Visitor {self.count}."
+        self.desktop.service.report(printer)
+        return printer
+
+    def expect_box(self, printer, after=""):
+        """Waits for the box of an error, which must come within two polls of its good reply."""
+        log = self.desktop.log
+        seen = f"no box of {printer!r} after {after}"
+        wait_until(lambda: log.messages(PRESENTED + printer), seen, deadline=20)
+        lines = [message.text for message in log.messages()]
+        first = next(number for number, line in enumerate(lines)
+                     if POLLED in line and printer in line)
+        last = next(number for number, line in enumerate(lines) if PRESENTED + printer in line)
+        polls = sum(POLLED in line for line in lines[first:last])
+        assert polls <= 2 * DEADLINE_SCALE, f"{printer!r} after {after}: {polls} polls"
+        return self.desktop.person.wait_for_box(printer)
+
+    def leave(self, printer):
+        self.desktop.service.withdraw(printer)
+        self.desktop.person.wait_until_gone(printer)
+
+    def call(self, after):
+        """An error comes, is seen, and goes."""
+        printer = self.report()
+        self.expect_box(printer, after)
+        self.leave(printer)

@@ -1,0 +1,1 @@
+"""What runs inside the sandbox, on the desktop's side."""

@@ -1,0 +1,23 @@
+"""Comparing what is on the screen with picture files."""
+
+from PIL import Image, ImageChops, ImageStat
+
+
+def difference(screenshot, area, picture):
+    """How much a part of a screenshot differs from a picture file scaled to it: 0 to 255.
+
+    Where the picture is transparent it shows what is in the upper left corner of the area.
+    """
+    with Image.open(screenshot) as screen, Image.open(picture) as image:
+        seen = screen.convert("RGB").crop(
+            (area.x, area.y, area.x + area.width, area.y + area.height))
+        icon = image.convert("RGBA").resize(seen.size)
+        expected = Image.new("RGB", seen.size, seen.getpixel((0, 0)))
+        expected.paste(icon, mask=icon)
+        means = ImageStat.Stat(ImageChops.difference(seen, expected)).mean
+    return sum(means) / len(means)
+
+
+def most_similar(screenshot, area, pictures):
+    """Which of the picture files a part of a screenshot shows."""
+    return min(pictures, key=lambda picture: difference(screenshot, area, picture))

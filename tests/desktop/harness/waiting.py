@@ -1,0 +1,33 @@
+"""Waiting for something to happen, with a deadline."""
+
+import os
+import time
+
+POLL_INTERVAL = 0.005
+DEADLINE_SCALE = float(os.environ.get("ZOR_DEADLINE_SCALE", "1"))
+
+
+class DeadlineMissed(AssertionError):
+    """What a test waited for did not happen."""
+
+
+def scaled(seconds):
+    """Seconds, longer where the program is slow, as under valgrind (ZOR_DEADLINE_SCALE)."""
+    return seconds * DEADLINE_SCALE
+
+
+def wait_until(predicate, what, deadline=10.0):
+    """Calls predicate until it gives something true, and returns that.
+
+    Raises DeadlineMissed naming `what` (a text, or a function that gives one) after `deadline`
+    seconds, scaled.
+    """
+    end = time.monotonic() + scaled(deadline)
+    while True:
+        result = predicate()
+        if result:
+            return result
+        if time.monotonic() > end:
+            seen = what() if callable(what) else what
+            raise DeadlineMissed(f"not within {scaled(deadline):g} s: {seen}")
+        time.sleep(POLL_INTERVAL)

@@ -1,0 +1,201 @@
+"""The box as a person meets it: title, text, size, place, and what a screen reader finds."""
+
+import itertools
+
+import pytest
+
+from harness.pictures import difference
+from harness.sandbox import build_directory
+from harness.waiting import wait_until
+
+SHORTEST, LONGEST, UNKNOWN = 317, 210, 99999  # error codes, by the length of their texts
+TITLE_BAR = 40  # pixels, the tallest of the window managers
+ICON_SIZE = 512  # of the files, in pixels
+SMALL_BOX = """
+<interface><object class="GtkWindow" id="error-message-box"><child><object class="GtkBox"><child>
+<object class="GtkImage" id="image1"/></child><child><object class="GtkTextView" id="textview1"/>
+</child><child><object class="GtkButtonBox" id="buttonbox1"><child><object class="GtkButton"
+id="button1"/></child><child><object class="GtkButton" id="button2"/></child></object></child>
+</object></child></object></interface>
+"""
+
+
+def show_box(desktop, printer="Front desk", code=110, severity=3, **program):
+    desktop.start_polling_program(**program)
+    desktop.service.report(printer, "1", code, severity)
+    return desktop.person.wait_for_box(printer)
+
+
+def look_up(desktop, number):
+    """A text of the catalogue."""
+    program = build_directory() / "zor-card-printer-error-ui"
+    return desktop.sandbox.run([program, "--getstring", number])[1].decode()[:-1]
+
+
+def check_readable(box, screen):
+    """The whole box is on the screen, its parts within it, its text at least by scrolling."""
+    width, height = screen
+    frame = box.window.client
+    assert 0 <= frame.x and frame.x + frame.width <= width
+    assert 0 <= frame.y and frame.y + frame.height <= height
+    for part in [box.icon, *box.buttons]:
+        assert frame.contains(part.extents), part.name or part.role
+    pane = box.root.all("scroll pane")[0].extents
+    assert frame.contains(pane)
+    assert pane.x <= box.text_area.extents.x
+    assert box.text_area.extents.width <= pane.width
+    bar_shown = any("showing" in bar.states for bar in box.root.all("scroll bar"))
+    last = box.text_area.last_character
+    assert last.x + last.width <= pane.x + pane.width
+    assert bar_shown == (last.y + last.height > pane.y + pane.height)
+    return bar_shown
+
+
+def check_centered(box, screen, tolerance=TITLE_BAR):
+    client = box.window.client
+    assert abs(client.x + client.width / 2 - screen[0] / 2) <= tolerance
+    assert abs(client.y + client.height / 2 - screen[1] / 2) <= tolerance
+
+
+@pytest.mark.parametrize("printer", ["Front desk", "A", "x" * 300, "Jürgens Drucker № 5 – 東京"])
+def test_the_title_is_the_printers_name(desktop, printer):
+    assert show_box(desktop, printer).title == printer
+
+
+@pytest.mark.parametrize("code, title, body", [(110, 110, 1110), (504, 504, 1502),
+                                               (SHORTEST, 317, 1317), (LONGEST, 210, 1210)])
+def test_the_text_is_a_title_an_empty_line_and_what_to_do(desktop, code, title, body):
+    box = show_box(desktop, code=code)
+    assert box.text == look_up(desktop, title) + "\n\n" + look_up(desktop, body)
+
+
+@pytest.mark.parametrize("code, text", [(UNKNOWN, "UNEXPECTED_TEXT_KEY:99999\n\n"),
+                                        (-5, "UNEXPECTED_TEXT_KEY:-5\n\n"), (36, "OK\n\n"),
+                                        ("36abc", "OK\n\n")])
+def test_a_code_without_texts_of_its_own_names_a_text_and_nothing_else(desktop, code, text):
+    assert show_box(desktop, code=code).text == text
+
+
+@pytest.mark.parametrize("screen, size", [("1920x1080", (640, 180)), ("1024x768", (341, 128))])
+def test_a_box_of_little_content_is_a_third_by_a_sixth_of_the_screen(start_desktop, screen, size):
+    desktop = start_desktop(screen=screen)
+    path = desktop.copy_program()
+    (path.parent / "Data/error-ui-message-box.glade").write_text(SMALL_BOX)
+    for picture in (path.parent / "Data/Assets").iterdir():
+        picture.unlink()
+    desktop.start_polling_program(path=path)
+    desktop.service.report("A", "1", 36, 1)
+    client = desktop.person.wait_for_window("A").client
+    assert (client.width, client.height) == size
+    wide, high = desktop.person.screen_size()
+    window = desktop.person.wait_for_window("A")
+    assert abs(window.client.x + size[0] / 2 - wide / 2) <= TITLE_BAR
+    assert abs(window.client.y + size[1] / 2 - high / 2) <= TITLE_BAR
+
+
+@pytest.mark.parametrize("screen", ["1920x1080", "1024x768"])
+@pytest.mark.parametrize("window_manager", ["openbox", "metacity", "xfwm4", None])
+def test_the_box_has_at_least_its_size_and_is_centered(start_desktop, screen, window_manager):
+    desktop = start_desktop(screen=screen, window_manager=window_manager)
+    box = show_box(desktop)
+    width, height = desktop.person.screen_size()
+    assert box.window.client.width >= width // 3
+    assert box.window.client.height >= height // 6
+    check_centered(box, (width, height), tolerance=TITLE_BAR if window_manager else 1)
+
+
+@pytest.mark.parametrize("screen, side", [("1920x1080", 54), ("1024x768", 38), ("3840x2160", 108)])
+def test_the_icon_takes_a_twentieth_of_the_screens_height(start_desktop, screen, side):
+    desktop = start_desktop(screen=screen)
+    box = show_box(desktop)
+    assert (box.icon.extents.width, box.icon.extents.height) == (side, side)
+    picture = desktop.take_screenshot()
+    assert difference(picture, box.icon.extents, build_directory() / "Data/Assets/stop.png") < 10
+
+
+@pytest.mark.parametrize("window_manager", ["openbox", "metacity", "xfwm4"])
+def test_the_box_stays_above_and_cannot_be_closed_by_its_frame(start_desktop, window_manager):
+    desktop = start_desktop(window_manager=window_manager)
+    window = show_box(desktop).window
+    assert "_NET_WM_STATE_ABOVE" in window.states
+    assert "_NET_WM_STATE_MODAL" not in window.states
+    has_functions, functions = window.motif_hints[0] & 1, window.motif_hints[1]
+    everything, close = 1, 32  # with "everything" the others say what there is not
+    assert has_functions and (functions & everything) and (functions & close)
+
+
+@pytest.mark.parametrize("window_manager", ["openbox", "metacity", "xfwm4"])
+def test_the_box_can_be_found_in_the_task_bar(start_desktop, window_manager):
+    desktop = start_desktop(window_manager=window_manager)
+    window = show_box(desktop).window
+    assert window.id in desktop.person.task_bar()
+    assert window.icon_sizes
+
+
+def test_a_screen_reader_finds_an_alert_with_its_parts(desktop):
+    box = show_box(desktop)
+    assert (box.root.role, box.root.name) == ("alert", "Front desk")
+    assert box.icon.description
+    assert [button.name for button in box.buttons] == ["Retry", "Cancel"]
+    assert "editable" not in box.text_area.states
+    assert box.icon.extents.x < box.text_area.extents.x
+    assert abs(box.icon.extents.y - box.text_area.extents.y) <= 4
+    right = box.window.client.x + box.window.client.width
+    assert right - 20 <= box.buttons[-1].extents.x + box.buttons[-1].extents.width <= right
+
+
+def test_the_text_cannot_be_changed_but_selected_and_copied(desktop):
+    box = show_box(desktop)
+    desktop.person.turn_to(box)
+    for keys in (["x"], ["BackSpace"], ["Delete"], ["Control_L", "a"], ["Control_L", "x"],
+                 ["Control_L", "c"]):
+        desktop.person.press(*keys)
+    paste = ("import gi; gi.require_version('Gtk', '3.0'); from gi.repository import Gtk, Gdk; "
+             "print(Gtk.Clipboard.get(Gdk.SELECTION_CLIPBOARD).wait_for_text() or '', end='')")
+    wait_until(lambda: desktop.sandbox.run(["/usr/bin/python3", "-c", paste])[1].decode()
+               == box.text, "the text in the clipboard")
+    assert desktop.person.wait_for_box("Front desk").text == box.text
+
+
+def test_no_text_cursor_blinks_in_the_box(desktop):
+    """For longer than a blink takes, two pictures a time apart are the same."""
+    box = show_box(desktop)
+    desktop.person.turn_to(box)
+    wait_until(lambda: desktop.person.boxes()[0].focused is not None, "the focus in the box")
+    pictures = set()
+    for _ in range(4):  # a blink is 1.2 s; this is some 2 s
+        desktop.service.wait_for_replies(5)
+        area = box.text_area.extents
+        picture = desktop.sandbox.directory / "picture.png"
+        desktop.person.take_screenshot(picture)
+        pictures.add(crop(picture, area))
+    assert len(pictures) == 1
+
+
+def crop(picture, area):
+    from PIL import Image
+    with Image.open(picture) as image:
+        return image.crop((area.x, area.y, area.x + area.width, area.y + area.height)).tobytes()
+
+
+LOOKS = list(itertools.product(
+    ["800x600", "1024x768", "1366x768", "1920x1080", "3840x2160"], [1, 2],
+    ["Adwaita", "Adwaita:dark", "HighContrast"]))
+
+
+@pytest.mark.parametrize("screen, text_scale, theme", LOOKS)
+def test_the_shortest_and_longest_texts_are_readable(start_desktop, screen, text_scale, theme):
+    desktop = start_desktop(screen=screen, text_scale=text_scale, theme=theme)
+    desktop.start_polling_program()
+    size = desktop.person.screen_size()
+    for name, code in (("shortest", SHORTEST), ("longest", LONGEST)):
+        desktop.service.report(name, "1", code, 3)
+        box = desktop.person.wait_for_box(name)
+        desktop.take_screenshot(f"{name}-{screen}-scale-{text_scale}-{theme.replace(':', '-')}")
+        scrolls = check_readable(box, size)
+        check_centered(box, size)
+        assert box.window.client.height <= 0.85 * size[1] + TITLE_BAR
+        if name == "shortest" or screen in ("1920x1080", "3840x2160"):
+            assert not scrolls
+        desktop.person.click(box, "Retry")
+        desktop.person.wait_until_gone(name)

@@ -1,0 +1,150 @@
+"""The files beside the program are missing, broken or changed while it runs."""
+
+import shutil
+
+import pytest
+
+from harness.pictures import difference
+from harness.sandbox import build_directory
+from harness.service import RETRY, command_document
+from harness.waiting import wait_until
+
+BOX_FILE = "error-ui-message-box.glade"
+LOAD_FAILED = "Failed to load error ui xml: "
+OBJECTS = ["error-message-box", "buttonbox1", "button1", "button2", "textview1", "image1"]
+
+
+@pytest.fixture
+def copy(desktop):
+    """The path of a copy of the program, whose data files may be changed."""
+    return desktop.copy_program()
+
+
+@pytest.mark.parametrize("content", [None, "no XML", "<interface><object/></interface>"])
+def test_a_box_that_cannot_be_built_is_tried_again_until_it_can(desktop, copy, content):
+    box_file = copy.parent / "Data" / BOX_FILE
+    good = box_file.read_bytes()
+    if content is None:
+        box_file.unlink()
+    else:
+        box_file.write_text(content)
+    program = desktop.start_polling_program(path=copy)
+    desktop.service.report("A")
+    desktop.log.wait_for(LOAD_FAILED, 3)
+    assert desktop.person.windows() == [] and program.is_running()
+    box_file.write_bytes(good)
+    desktop.person.click(desktop.person.wait_for_box("A"), "Retry")
+    assert desktop.service.wait_for_commands() == [command_document("A", RETRY)]
+
+
+@pytest.mark.parametrize("content", ["", "<interface>", "<interface/>"])
+def test_a_box_whose_file_holds_nothing_yet_is_tried_again_until_it_does(desktop, copy, content):
+    """GTK takes a file that is cut off for one without objects."""
+    box_file = copy.parent / "Data" / BOX_FILE
+    good = box_file.read_bytes()
+    box_file.write_text(content)
+    program = desktop.start_polling_program(path=copy)
+    program.expect_problem("CRITICAL|WARNING")
+    desktop.service.report("A")
+    desktop.log.wait_for("present_error_box end", 3)
+    assert desktop.person.windows() == [] and program.is_running()
+    box_file.write_bytes(good)
+    desktop.person.click(desktop.person.wait_for_box("A"), "Retry")
+    assert desktop.service.wait_for_commands() == [command_document("A", RETRY)]
+
+
+@pytest.mark.parametrize("missing", OBJECTS)
+def test_an_object_that_is_missing_does_not_end_the_program(desktop, copy, missing):
+    box_file = copy.parent / "Data" / BOX_FILE
+    text = box_file.read_text()
+    assert text.count(f'id="{missing}"') == 1
+    box_file.write_text(text.replace(f'id="{missing}"', 'id="renamed"'))
+    program = desktop.start_polling_program(path=copy)
+    program.expect_problem("CRITICAL|WARNING")
+    desktop.service.report("A", severity=2)  # which needs them all
+    desktop.log.wait_for("present_error_box end")
+    desktop.settle()
+    assert program.is_running()
+    assert "CRITICAL" in program.stderr()
+
+
+def test_a_changed_box_file_shows_at_the_next_box(desktop, copy):
+    desktop.start_polling_program(path=copy)
+    desktop.service.report("A")
+    assert desktop.person.wait_for_box("A").icon.description == "Printer error"
+    box_file = copy.parent / "Data" / BOX_FILE
+    box_file.write_text(box_file.read_text().replace(">Printer error<", ">Something else<"))
+    desktop.service.report("B")
+    assert desktop.person.wait_for_box("B").icon.description == "Something else"
+    assert desktop.person.wait_for_box("A").icon.description == "Printer error"
+
+
+@pytest.mark.parametrize("severity, name", [(3, "stop.png"), (4, "caution.png")])
+@pytest.mark.parametrize("content", [None, b"", b"no picture", b"\x89PNG\r\n\x1a\n"])
+def test_a_box_without_its_icon_is_as_good_as_any(desktop, copy, severity, name, content):
+    icon = copy.parent / "Data/Assets" / name
+    if content is None:
+        icon.unlink()
+    else:
+        icon.write_bytes(content)
+    desktop.start_polling_program(path=copy)
+    desktop.service.report("A", severity=severity)
+    box = desktop.person.wait_for_box("A")
+    assert desktop.log.wait_for("failed to load file ")[0].text.count(f"{icon}: ") == 1
+    assert box.icon.extents.width > 0
+    desktop.person.click(box, "Cancel")
+    desktop.service.wait_for_commands()
+
+
+def test_a_changed_icon_shows_at_the_next_box(desktop, copy):
+    assets = copy.parent / "Data/Assets"
+    shutil.copyfile(assets / "caution.png", assets / "stop.png")
+    desktop.start_polling_program(path=copy)
+    desktop.service.report("A", severity=3)
+    box = desktop.person.wait_for_box("A")
+    assert difference(desktop.take_screenshot(), box.icon.extents, assets / "caution.png") < 10
+
+
+@pytest.mark.parametrize("size, seen", [((100, 50), (96, 48)), ((50, 100), (27, 54)),
+                                        ((10, 10), (54, 54))])
+def test_an_icon_of_any_shape_is_scaled_by_its_dominant_side(desktop, copy, size, seen):
+    from PIL import Image
+    Image.new("RGB", size, (200, 0, 0)).save(copy.parent / "Data/Assets/stop.png")
+    desktop.start_polling_program(path=copy)
+    desktop.service.report("A")
+    icon = desktop.person.wait_for_box("A").icon
+    assert icon.image_size == list(seen)
+
+
+def test_a_program_path_without_a_slash_names_a_directory_in_the_working_directory(desktop):
+    name = "zor-card-printer-error-ui"
+    working = desktop.sandbox.directory / "working"
+    shutil.copytree(build_directory() / "Data", working / name / "Data")
+    since = desktop.log.count()
+    desktop.start_program(
+        path=name, directory=working,
+        environment={"PATH": f"{build_directory()}:{desktop.sandbox.environment['PATH']}"})
+    desktop.log.wait_for("handling updated status", since=since)
+    desktop.service.report("A")
+    desktop.person.wait_for_box("A")
+    assert desktop.log.messages(f"data_dir={name}/Data")
+
+
+def test_a_program_found_through_a_relative_path_finds_its_data_files(desktop, copy):
+    desktop.start_polling_program(path="copy/zor-card-printer-error-ui",
+                                  directory=copy.parent.parent)
+    desktop.service.report("A")
+    desktop.person.wait_for_box("A")
+
+
+def test_a_data_directory_that_goes_does_not_hurt_open_boxes(desktop, copy):
+    program = desktop.start_polling_program(path=copy)
+    desktop.service.report("A")
+    box = desktop.person.wait_for_box("A")
+    shutil.rmtree(copy.parent / "Data")
+    desktop.service.report("B")
+    desktop.log.wait_for(LOAD_FAILED)
+    desktop.person.click(box, "Retry")
+    assert desktop.service.wait_for_commands() == [command_document("A", RETRY)]
+    wait_until(lambda: not desktop.person.windows("A"), "the end of the box")
+    assert program.is_running()

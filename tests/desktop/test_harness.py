@@ -1,0 +1,276 @@
+"""The helpers do what the other tests rely on."""
+
+import os
+import pathlib
+import signal
+import socket
+
+import pytest
+from PIL import Image
+
+from harness.desktop import Desktop, Settings
+from harness.editor import Editor
+from harness.program import Program
+from harness.sandbox import Sandbox, SandboxError
+from harness.service import Line, quote, unquote
+from harness.system_log import LogMessage, SystemLog
+from harness.waiting import DeadlineMissed, wait_until
+
+
+@pytest.fixture
+def sandbox():
+    sandbox = Sandbox()
+    yield sandbox
+    sandbox.close()
+
+
+# ---- Waiting ------------------------------------------------------------------------------------
+
+def test_waiting_returns_the_first_true_result():
+    results = iter([None, [], "seen", "late"])
+    assert wait_until(lambda: next(results), "anything") == "seen"
+
+
+def test_a_missed_deadline_says_what_was_waited_for():
+    with pytest.raises(DeadlineMissed, match="the moon"):
+        wait_until(lambda: False, "the moon", deadline=0.02)
+
+
+# ---- The sandbox --------------------------------------------------------------------------------
+
+def test_a_process_inside_gets_input_and_leaves_output_and_status(sandbox):
+    process = sandbox.start(["sh", "-c", "read word; echo got $word; echo oops >&2; exit 7"])
+    process.write(b"hello\n")
+    assert process.wait() == 7
+    assert process.stdout() == b"got hello\n"
+    assert process.stderr() == b"oops\n"
+
+
+def test_a_process_ended_by_a_signal_has_its_negative_number(sandbox):
+    process = sandbox.start(["sleep", "1000"])
+    assert process.poll() is None
+    process.send_signal(signal.SIGTERM)
+    assert process.wait() == -signal.SIGTERM
+
+
+def test_a_program_that_is_not_there_is_an_error(sandbox):
+    with pytest.raises(SandboxError, match="FileNotFoundError"):
+        sandbox.start(["/no/such/program"])
+
+
+def test_the_network_inside_is_a_loopback_of_its_own(sandbox):
+    with socket.create_server(("127.0.0.1", 0)) as outside:
+        connect = ["bash", "-c", f"exec 3<>/dev/tcp/127.0.0.1/{outside.getsockname()[1]}"]
+        assert sandbox.run(connect)[0] != 0
+    listener = sandbox.start(["python3", "-c", "import socket; s = socket.create_server(("
+                              "'127.0.0.1', 1753)); print('ready', flush=True); s.accept()"])
+    wait_until(listener.stdout, "a listener")
+    assert sandbox.run(["bash", "-c", "exec 3<>/dev/tcp/127.0.0.1/1753"])[0] == 0
+    assert listener.wait() == 0
+
+
+def test_two_sandboxes_may_use_the_same_port(sandbox):
+    listen = ["python3", "-c", "import socket; s = socket.create_server(('127.0.0.1', 1753)); "
+              "print('ready', flush=True); s.accept()"]
+    other = Sandbox()
+    try:
+        for place in (sandbox, other):
+            wait_until(place.start(listen).stdout, "a listener")
+    finally:
+        other.close()
+
+
+def test_the_configuration_file_inside_is_the_tests_own(sandbox):
+    path = "/etc/zor-card-printer.conf"
+    assert sandbox.run(["test", "-e", path])[0] == 1
+    (sandbox.etc / "zor-card-printer.conf").write_text("inside only")
+    assert sandbox.run(["cat", path])[1] == b"inside only"
+    assert not os.path.exists(path) or pathlib.Path(path).read_text() != "inside only"
+    assert sandbox.run(["cat", "/etc/passwd"])[1] == pathlib.Path("/etc/passwd").read_bytes()
+
+
+def test_nothing_of_the_machine_can_be_written(sandbox):
+    for path in ("/usr/x", str(pathlib.Path(__file__).with_suffix(".x")), "/var/tmp/x"):
+        assert sandbox.run(["touch", path])[0] != 0
+    assert sandbox.run(["touch", "/tmp/x-of-a-sandbox"])[0] == 0
+    assert not os.path.exists("/tmp/x-of-a-sandbox")
+
+
+def test_the_environment_of_a_process_adds_to_the_sandboxs(sandbox):
+    status, output, _ = sandbox.run(["env"], environment={"ONE": "1", "LANG": None})
+    lines = output.decode().split("\n")
+    assert status == 0 and "ONE=1" in lines and f"HOME={sandbox.home}" in lines
+    assert not any(line.startswith(("LANG=", "DISPLAY=")) for line in lines)
+
+
+def test_closing_a_sandbox_ends_what_detached_itself_in_it():
+    sandbox = Sandbox()
+    mark = f"987{os.getpid()}"
+    sandbox.run(["bash", "-c", f"setsid sleep {mark} & disown"])
+    wait_until(lambda: any(process["arguments"] == ["sleep", mark]
+                           for process in sandbox.processes()), "a detached process")
+    directory = sandbox.directory
+    sandbox.close()
+    assert not directory.exists()
+    for path in pathlib.Path("/proc").glob("[0-9]*/cmdline"):
+        try:
+            assert path.read_bytes() != b"sleep\0" + mark.encode() + b"\0"
+        except (FileNotFoundError, ProcessLookupError):
+            pass
+
+
+# ---- The log ------------------------------------------------------------------------------------
+
+def test_log_messages_are_split_by_datagram(sandbox):
+    log = SystemLog(sandbox.log_socket)
+    try:
+        sandbox.run(["python3", "-c", "import syslog; syslog.openlog('some_name', syslog.LOG_PID, "
+                     "syslog.LOG_USER); syslog.syslog(syslog.LOG_INFO, 'one\\n<14>two'); "
+                     "syslog.syslog(syslog.LOG_INFO, 'x' * 100000)"])
+        first = log.wait_for("one")[0]
+        assert (first.priority, first.identity, first.text) == (14, "some_name", "one\n<14>two")
+        assert first.pid > 0
+        assert log.wait_for("xxx")[0].text == "x" * 100000
+        assert log.messages("one", since=1) == []
+        assert log.malformed() == []
+    finally:
+        log.close()
+
+
+def test_what_is_no_log_message_is_kept_as_malformed(sandbox):
+    log = SystemLog(sandbox.log_socket)
+    try:
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as sender:
+            sender.sendto(b"garbage", str(sandbox.directory / "log"))
+        wait_until(log.malformed, "the garbage")
+        assert log.malformed() == [b"garbage"]
+    finally:
+        log.close()
+
+
+def test_a_log_message_without_a_process_id_is_understood():
+    message = LogMessage.parse(b"<13>Jan  2 03:04:05 name: text\0")
+    assert message == LogMessage(13, "name", None, "text")
+
+
+# ---- The service --------------------------------------------------------------------------------
+
+@pytest.mark.parametrize("data", [b"", b"Front desk", b'a "b" \\ c\n\r\t', bytes(range(1, 256))])
+def test_quoting_is_undone_by_unquoting(data):
+    assert unquote(quote(data)) == data
+
+
+def test_a_line_of_the_service_is_words_and_fields():
+    line = Line.parse(r'request command connection=3 printer="a b=\"c\"" action=102 text="1\n\x41"')
+    assert line.words == "request command"
+    assert line.fields == {"connection": "3", "printer": b'a b="c"', "action": "102",
+                           "text": b"1\nA"}
+
+
+def test_the_service_understands_odd_names(desktop):
+    desktop.service.report(b'odd \xff "name"\n', b"job \\ 1", 110, 3)
+    published = desktop.service.wait_for("event published")[0].fields
+    assert (published["printer"], published["job"]) == (b'odd \xff "name"\n', b"job \\ 1")
+
+
+def test_the_service_stops_and_goes_on(desktop):
+    connect = ["bash", "-c", "exec 3<>/dev/tcp/127.0.0.1/1753"]
+    assert desktop.sandbox.run(connect)[0] == 0
+    desktop.service.stop()
+    assert desktop.sandbox.run(connect)[0] != 0
+    desktop.service.go_on()
+    assert desktop.sandbox.run(connect)[0] == 0
+
+
+# ---- The desktop and the person -----------------------------------------------------------------
+
+@pytest.mark.parametrize("window_manager", ["openbox", "metacity", "xfwm4", None])
+@pytest.mark.parametrize("screen", ["800x600", "3840x2160"])
+def test_a_desktop_is_as_asked_for(start_desktop, window_manager, screen):
+    desktop = start_desktop(screen=screen, window_manager=window_manager, service=False)
+    assert desktop.person.window_manager().lower() == (window_manager or "")
+    width, height = map(int, screen.split("x"))
+    assert desktop.person.screen_size() == (width, height)
+    picture = desktop.sandbox.directory / "picture.png"
+    desktop.person.take_screenshot(picture)
+    with Image.open(picture) as image:
+        assert image.size == (width, height)
+
+
+@pytest.mark.parametrize("window_manager", ["openbox", "metacity", "xfwm4"])
+def test_the_person_finds_types_into_clicks_and_closes_a_window(start_desktop, window_manager):
+    desktop = start_desktop(window_manager=window_manager, service=False)
+    person = desktop.person
+    editor = Editor(desktop)
+    window = person.wait_for_window(Editor.TITLE)
+    assert person.active_window() == person.focused_window() == window.id
+    assert window.id in person.task_bar()
+    assert window.frame.contains(window.client) and window.frame != window.client
+    assert "WM_DELETE_WINDOW" in window.protocols
+
+    person.type_text("Dear Ann\nhello 12")
+    editor.wait_for_text("Dear Ann\nhello 12")
+
+    roots = wait_until(lambda: person.accessible_windows(window.process), "the editor's tree")
+    assert roots[0].name == Editor.TITLE
+    text = roots[0].all("text")[0]
+    assert text.text == "Dear Ann\nhello 12" and "focused" in text.states
+    person.click_at(*roots[0].all("push button")[0].extents.center)
+    editor.wait_for_event("clicked")
+
+    person.request_close(window)
+    editor.wait_for_event("asked to close")
+    person.wait_until_gone(Editor.TITLE)
+
+
+def test_a_screenshot_shows_the_screen(desktop):
+    desktop.sandbox.run(["xsetroot", "-solid", "#204060"])
+    picture = desktop.sandbox.directory / "picture.png"
+
+    def looks_blue():
+        desktop.person.take_screenshot(picture)
+        with Image.open(picture) as image:
+            return {image.getpixel(place) for place in ((0, 0), (1919, 1079))} == {(32, 64, 96)}
+    wait_until(looks_blue, "the blue screen")
+
+
+def test_the_text_scale_and_theme_reach_programs(start_desktop):
+    desktop = start_desktop(text_scale=2, theme="HighContrast", service=False)
+    status, output, errors = desktop.sandbox.run(
+        ["/usr/bin/python3", "-c", "import gi; gi.require_version('Gtk', '3.0')\n"
+         "from gi.repository import Gtk\nprint(Gtk.Settings.get_default().props.gtk_xft_dpi, "
+         "__import__('os').environ['GTK_THEME'])"])
+    assert (status, output, errors) == (0, b"196608 HighContrast\n", b"")
+
+
+# ---- What fails a test at its end ---------------------------------------------------------------
+
+class ProgramStandIn(Program):
+    """A program that says something on standard error and ends with a status."""
+
+    def __init__(self, sandbox, message, status):
+        super().__init__(sandbox, "/bin/sh", ["-c", f"printf '{message}' >&2; exit {status}"], None)
+
+
+def test_a_warning_on_standard_error_is_a_problem_unless_it_is_expected(sandbox):
+    program = ProgramStandIn(sandbox, "(x:1): Gtk-WARNING **: 01:02:03.004: bad", 0)
+    program.wait_for_end()
+    assert program.finish() == ["(x:1): Gtk-WARNING **: 01:02:03.004: bad"]
+    program.expect_problem("Gtk-WARNING .* bad")
+    assert program.finish() == []
+
+
+def test_an_end_that_nobody_expects_is_a_problem(sandbox):
+    program = ProgramStandIn(sandbox, "", 3)
+    wait_until(lambda: not program.is_running(), "the end")
+    assert "ended with 3" in program.finish()[0]
+    assert program.wait_for_end() == 3
+    assert program.finish() == []
+
+
+def test_a_desktop_that_cannot_start_leaves_nothing_behind(tmp_path, monkeypatch):
+    monkeypatch.setenv("TMPDIR", str(tmp_path))
+    monkeypatch.setattr("tempfile.tempdir", None)
+    with pytest.raises(SandboxError):
+        Desktop(Settings(window_manager="/no/such/window-manager", service=False), "name")
+    assert list(tmp_path.iterdir()) == []

@@ -1,0 +1,163 @@
+"""Errors come, stay, are answered or withdrawn, and come again."""
+
+import pytest
+
+from harness.service import CANCEL, RETRY, command_document
+from harness.waiting import wait_until
+
+
+def printers(count):
+    return [f"Printer {number}" for number in range(1, count + 1)]
+
+
+def show_boxes(desktop, count):
+    desktop.service.say(f'repeat {count} error "Printer {{n}}" 1 110 3')
+    wait_until(lambda: {window.title for window in desktop.person.windows()}
+               >= set(printers(count)), f"{count} boxes", 10 + count / 2)
+
+
+def test_an_error_is_shown_once_while_it_is_reported_on_and_on(desktop):
+    desktop.start_polling_program()
+    desktop.service.report("A", "1", 110, 3)
+    first = desktop.person.wait_for_box("A")
+    desktop.settle(rounds=10)
+    assert [window.id for window in desktop.person.windows("A")] == [first.window.id]
+    assert len(desktop.log.messages("present_error_box begin")) == 1
+
+
+def test_another_report_for_the_same_printer_and_job_leaves_the_box_alone(desktop):
+    desktop.start_polling_program()
+    desktop.service.report("A", "1", 110, 3)
+    before = desktop.person.wait_for_box("A")
+    desktop.service.report("A", "1", 105, 4)
+    desktop.service.wait_for("event published", 2)
+    desktop.settle()
+    boxes = desktop.person.boxes("A")
+    assert [box.window.id for box in boxes] == [before.window.id]
+    assert (boxes[0].text, boxes[0].labels) == (before.text, ["Retry", "Cancel"])
+    desktop.person.click(boxes[0], "Retry")  # what is sent is what is shown
+    assert desktop.service.wait_for_commands() == [command_document("A", RETRY, "1", 110)]
+
+
+def test_each_job_and_each_printer_has_a_box_of_its_own(desktop):
+    desktop.start_polling_program()
+    for printer, job in (("A", "1"), ("A", "2"), ("B", "1")):
+        desktop.service.report(printer, job)
+    wait_until(lambda: sorted(window.title for window in desktop.person.windows())
+               == ["A", "A", "B"], "three boxes")
+
+
+def test_an_error_that_is_no_longer_mentioned_stays(desktop):
+    desktop.start_polling_program()
+    desktop.service.report("A")
+    box = desktop.person.wait_for_box("A")
+    desktop.service.publish("<PrinterStatus><PrinterState>Ready</PrinterState></PrinterStatus>")
+    desktop.service.wait_for("event published", 2)
+    desktop.settle()
+    assert [window.id for window in desktop.person.windows("A")] == [box.window.id]
+
+
+def test_a_withdrawal_closes_just_its_box_and_sends_nothing(desktop):
+    desktop.start_polling_program()
+    show_boxes(desktop, 3)
+    desktop.service.withdraw("Printer 2")
+    desktop.person.wait_until_gone("Printer 2")
+    desktop.settle()
+    assert sorted(window.title for window in desktop.person.windows()) == ["Printer 1", "Printer 3"]
+    assert desktop.service.commands() == []
+
+
+def test_a_withdrawal_of_what_is_not_shown_changes_nothing(desktop):
+    program = desktop.start_polling_program()
+    desktop.service.report("A")
+    desktop.person.wait_for_box("A")
+    desktop.service.publish("<RemovePrinterError><PrinterName>A</PrinterName>"
+                            "<PrinterJobID>2</PrinterJobID></RemovePrinterError>")
+    desktop.service.wait_for("event published", 2)
+    desktop.settle()
+    assert [window.title for window in desktop.person.windows()] == ["A"]
+    assert program.is_running()
+
+
+def test_an_error_that_comes_and_goes_at_once_leaves_no_box(desktop):
+    desktop.start_polling_program()
+    desktop.service.report("A")
+    desktop.service.withdraw("A")
+    desktop.log.wait_for("RemovePrinterError")
+    desktop.settle()
+    assert desktop.person.windows("A") == []
+
+
+def test_a_withdrawn_error_may_come_again(desktop):
+    desktop.start_polling_program()
+    for _ in range(3):
+        desktop.service.report("A")
+        desktop.person.wait_for_box("A")
+        desktop.service.withdraw("A")
+        desktop.person.wait_until_gone("A")
+
+
+@pytest.mark.parametrize("count", [0, 1, 2, 50])
+def test_boxes_are_all_withdrawn(desktop, count):
+    program = desktop.start_polling_program()
+    show_boxes(desktop, count)
+    desktop.service.withdraw_all()
+    wait_until(lambda: not desktop.person.windows(), "no boxes", 10 + count / 2)
+    desktop.settle()
+    assert desktop.person.windows() == [] and desktop.service.commands() == []
+    assert program.is_running()
+
+
+def test_an_answered_error_is_shown_afresh_when_it_is_reported_again(desktop):
+    desktop.start_polling_program()
+    desktop.service.report("A")
+    box = desktop.person.wait_for_box("A")
+    desktop.service.say('fail-again "A" 1 1')  # the retry fails, so the error comes again
+    desktop.person.click(box, "Retry")
+    again = wait_until(lambda: [other for other in desktop.person.boxes("A")
+                                if other.window.id != box.window.id], "a fresh box")[0]
+    desktop.person.click(again, "Cancel")
+    assert desktop.service.wait_for_commands(2) == [command_document("A", RETRY),
+                                                    command_document("A", CANCEL)]
+
+
+def test_an_answered_error_that_is_still_the_news_comes_back(desktop):
+    """A service that takes no notice of the answer goes on reporting the error."""
+    desktop.start_polling_program()
+    desktop.service.publish("<PrinterStatus><PrinterName>A</PrinterName><PrinterJobID>1"
+                            "</PrinterJobID><ErrorCode>110</ErrorCode><ErrorSeverity>3"
+                            "</ErrorSeverity></PrinterStatus>")
+    for count in range(1, 4):
+        desktop.person.click(desktop.person.wait_for_box("A"), "Retry")
+        desktop.service.wait_for_commands(count)
+        desktop.log.wait_for("present_error_box end", count + 1)
+
+
+def test_an_answered_error_does_not_flash_up_again(desktop):
+    """The service withdraws what is answered; a status from before the answer is old news."""
+    desktop.start_polling_program()
+    for count in range(1, 11):
+        desktop.service.report("A", job=str(count))
+        desktop.person.click(desktop.person.wait_for_box("A"), "Retry")
+        desktop.service.wait_for_commands(count)
+        desktop.service.wait_for("event published", 2 * count)
+        desktop.settle()
+        assert len(desktop.log.messages("present_error_box begin")) == count
+
+
+def test_fifty_boxes_are_answered_in_turn(desktop):
+    count = 50
+    program = desktop.start_polling_program()
+    show_boxes(desktop, count)
+    # All boxes look alike and stand at the same place.
+    x, y = desktop.person.boxes(desktop.person.windows()[-1].title)[0].button(
+        "Retry").extents.center
+    for left in range(count, 0, -1):
+        uppermost = desktop.person.windows()[-1].id
+        desktop.person.click_at(x, y)
+        wait_until(lambda gone=uppermost: gone not in
+                   [window.id for window in desktop.person.windows()], f"{left - 1} boxes")
+    wanted = sorted(command_document(printer, RETRY) for printer in printers(count))
+    assert sorted(desktop.service.wait_for_commands(count)) == wanted
+    desktop.settle()
+    assert sorted(desktop.service.commands()) == wanted and program.is_running()

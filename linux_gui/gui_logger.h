@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string>
 
-enum GUILogLevel {
+enum GUILogLevel : int {
     NORMAL = 0,  // written when diagnostics.level is 1 or more
     VERBOSE = 1, // written when diagnostics.level is 2 or more
 };

@@ -855,7 +855,9 @@ void setup_error_dialog_button(GtkBuilder* builder, GtkWidget* button_box,
     spec->action_code = command_code;
     g_object_set_data_full(G_OBJECT(button), MY_BUTTON_CLICK_INFO_KEY.c_str(), spec,
                            delete_button_click_info);
-    spec = nullptr; // the button owns it now
+    if (button != nullptr) {
+        spec = nullptr; // the button owns it now
+    }
     GUI_LOG(NORMAL, "attached " << MY_BUTTON_CLICK_INFO_KEY << "=" << spec);
     g_signal_connect_data(button, "clicked", G_CALLBACK(handle_error_dialog_button_click), button,
                           nullptr, static_cast<GConnectFlags>(0));
@@ -951,6 +953,7 @@ void close_error_box(GtkWidget* box) {
         return;
     }
     g_object_set_data(G_OBJECT(box), CLOSING_KEY, box);
+    gtk_widget_set_sensitive(box, FALSE); // a click that is on its way is no second answer
     gtk_window_close(GTK_WINDOW(box));
     g_idle_add_full(G_PRIORITY_DEFAULT, destroy_error_box, g_object_ref(box), g_object_unref);
 }

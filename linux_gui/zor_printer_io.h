@@ -7,7 +7,7 @@
 
 #include "gui_socket.h"
 
-enum GUIActionCode {
+enum GUIActionCode : int {
     SHOW_ERROR = 0,   // the error is present: show a box for it
     REMOVE_ERROR = 1, // the error has gone: close its box
 };

@@ -1,0 +1,161 @@
+// Every mapped text in its box, on the screen that ZOR_SCREEN gives, at text scales 1 and 2 and in
+// three themes: readable as a whole, or scrolling with a scroll bar that is there.
+
+#include "shell_support.h"
+
+namespace {
+
+struct Look {
+    int scale;
+    const char* theme;
+};
+
+// Places and sizes of a box's parts on the screen, in pixels.
+struct BoxPlaces {
+    GdkRectangle frame{}; // with the window manager's decoration
+    GdkRectangle client{};
+    GtkAllocation text_view{};
+    GtkAllocation scrolled_window{};
+    double content_height = 0;
+    double visible_height = 0;
+    bool has_scroll_bar = false;
+};
+
+BoxPlaces find_places(GtkWidget* box) {
+    BoxPlaces places;
+    auto* window = gtk_widget_get_window(box);
+    gdk_window_get_frame_extents(window, &places.frame);
+    gdk_window_get_origin(window, &places.client.x, &places.client.y);
+    places.client.width = gdk_window_get_width(window);
+    places.client.height = gdk_window_get_height(window);
+    auto* text_view = find_in_box(box, "textview1");
+    auto* scrolled = GTK_SCROLLED_WINDOW(gtk_widget_get_parent(text_view));
+    gtk_widget_get_allocation(text_view, &places.text_view);
+    gtk_widget_get_allocation(GTK_WIDGET(scrolled), &places.scrolled_window);
+    auto* adjustment = gtk_scrolled_window_get_vadjustment(scrolled);
+    places.content_height = gtk_adjustment_get_upper(adjustment);
+    places.visible_height = gtk_adjustment_get_page_size(adjustment);
+    places.has_scroll_bar =
+        gtk_widget_get_mapped(gtk_scrolled_window_get_vscrollbar(scrolled)) != FALSE;
+    return places;
+}
+
+bool lies_within(const GdkRectangle& inner, int width, int height) {
+    return inner.x >= 0 && inner.y >= 0 && inner.x + inner.width <= width &&
+           inner.y + inner.height <= height;
+}
+
+void expect_buttons_in_sight(GtkWidget* box, const BoxPlaces& places) {
+    for (auto* button : list_buttons(box)) {
+        GtkAllocation area;
+        gtk_widget_get_allocation(GTK_WIDGET(button), &area);
+        EXPECT_TRUE(lies_within(area, places.client.width, places.client.height));
+        EXPECT_GE(area.y, places.scrolled_window.y + places.scrolled_window.height);
+    }
+}
+
+class BoxFit : public ShellTest {
+protected:
+    static void set_look(const Look& look) {
+        g_object_set(gtk_settings_get_default(), "gtk-xft-dpi", 96 * 1024 * look.scale,
+                     "gtk-theme-name", look.theme, nullptr);
+        run_main_loop_until_idle();
+    }
+
+    static void expect_fit(int code) {
+        auto error = make_error("printer", "job");
+        error.error_code = std::to_string(code);
+        report_and_tick({error});
+        auto* box = presented_box("printer:::job");
+        EXPECT_TRUE(run_main_loop_until([box] { return is_at_rest(box); }))
+            << "the box is not decorated, or its scroll bar is not what its text needs";
+        expect_readable(box);
+        gtk_widget_destroy(box);
+        run_main_loop_until_idle();
+    }
+
+private:
+    // Decorated by the window manager, and with a scroll bar only if the text cannot have more
+    // room.
+    static bool is_at_rest(GtkWidget* box) {
+        const auto places = find_places(box);
+        return places.frame.height > places.client.height &&
+               places.has_scroll_bar == (places.content_height > places.visible_height) &&
+               (!places.has_scroll_bar || takes_all_the_room_it_may(places));
+    }
+
+    static bool takes_all_the_room_it_may(const BoxPlaces& places) {
+        return places.scrolled_window.height >= gdk_screen_height() * 59 / 100;
+    }
+
+    static void expect_readable(GtkWidget* box) {
+        const int screen_width = gdk_screen_width();
+        const int screen_height = gdk_screen_height();
+        const auto places = find_places(box);
+        EXPECT_TRUE(lies_within(places.frame, screen_width, screen_height));
+        EXPECT_GE(places.client.width, screen_width / 3);
+        EXPECT_GE(places.client.height, screen_height / 6);
+        expect_buttons_in_sight(box, places);
+        // Centred as it ends up, but for the decoration.
+        EXPECT_NEAR(places.frame.x + places.frame.width / 2, screen_width / 2, 12);
+        EXPECT_NEAR(places.frame.y + places.frame.height / 2, screen_height / 2, 24);
+        EXPECT_LE(places.text_view.width, places.scrolled_window.width);
+        if (places.has_scroll_bar) {
+            EXPECT_TRUE(takes_all_the_room_it_may(places));
+            EXPECT_GT(places.content_height, places.visible_height);
+        } else {
+            EXPECT_LE(places.content_height, places.visible_height);
+            EXPECT_LE(places.scrolled_window.height,
+                      std::max(screen_height * 61 / 100, places.client.height));
+        }
+    }
+};
+
+TEST_F(BoxFit, every_mapped_text_is_readable) {
+    for (const auto& look : {Look{1, "Adwaita"}, Look{2, "Adwaita"}}) {
+        set_look(look);
+        for (const auto& entry : build_printer_error_code_mapping()) {
+            SCOPED_TRACE("code " + std::to_string(entry.printer_error_code) + " scale " +
+                         std::to_string(look.scale) + " theme " + look.theme);
+            expect_fit(entry.printer_error_code);
+        }
+    }
+}
+
+TEST_F(BoxFit, other_themes_have_room_too) {
+    for (const auto& look : {Look{1, "Adwaita-dark"}, Look{2, "Adwaita-dark"},
+                             Look{1, "HighContrast"}, Look{2, "HighContrast"}}) {
+        set_look(look);
+        // A short text, one of middle length, and the longest ones.
+        for (const int code : {101, 115, 110, 128, 136, 211, 252, 317, 318, 512}) {
+            SCOPED_TRACE("code " + std::to_string(code) + " scale " + std::to_string(look.scale) +
+                         " theme " + look.theme);
+            expect_fit(code);
+        }
+    }
+}
+
+TEST_F(BoxFit, a_text_far_too_long_scrolls_in_sight) {
+    set_look({1, "Adwaita"});
+    const int screen_height = gdk_screen_height();
+    report_and_tick({make_error("printer", "job")});
+    auto* box = presented_box("printer:::job");
+    auto* text_view = find_in_box(box, "textview1");
+    std::string long_text;
+    for (int line = 0; line < 500; ++line) {
+        long_text += "A line of a text that is far too long for any screen.\n";
+    }
+    gtk_text_buffer_set_text(gtk_text_view_get_buffer(GTK_TEXT_VIEW(text_view)), long_text.c_str(),
+                             -1);
+    fit_text_area(box, text_view, long_text);
+    ASSERT_TRUE(run_main_loop_until([box, screen_height] {
+        return find_places(box).scrolled_window.height >= screen_height * 59 / 100;
+    }));
+    const auto places = find_places(box);
+    EXPECT_TRUE(places.has_scroll_bar);
+    EXPECT_LE(places.scrolled_window.height, screen_height * 61 / 100);
+    EXPECT_LE(places.frame.height, screen_height);
+    expect_buttons_in_sight(box, places);
+}
+
+} // namespace

@@ -1,0 +1,13 @@
+# The same program on screens of five sizes.
+add_executable(box_fit_test box_fit_test.cpp)
+target_link_libraries(box_fit_test PRIVATE zor_card_printer_shell X11 ${CMAKE_DL_LIBS} GTest::gmock
+                                           GTest::gtest_main)
+foreach(function openlog syslog __syslog_chk g_usleep gtk_window_close)
+    target_link_options(box_fit_test PRIVATE -Wl,--wrap=${function})
+endforeach()
+target_compile_definitions(box_fit_test PRIVATE ZOR_DATA_DIRECTORY="${PROJECT_SOURCE_DIR}/Data")
+foreach(screen 800x600 1024x768 1366x768 1920x1080 3840x2160)
+    add_test(NAME box_fit_test_${screen}
+             COMMAND ${ZOR_TEST_SANDBOX} --display $<TARGET_FILE:box_fit_test>)
+    set_tests_properties(box_fit_test_${screen} PROPERTIES ENVIRONMENT ZOR_SCREEN=${screen})
+endforeach()

@@ -1,0 +1,670 @@
+#include "gui_socket.h"
+
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+
+#include <atomic>
+#include <climits>
+#include <cstring>
+#include <limits>
+#include <optional>
+
+#include <gmock/gmock.h>
+
+#include "fake_peer.h"
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr const char* HOST = "127.0.0.1";
+
+class GUISocketTest : public testing::Test {
+protected:
+    void SetUp() override { SyslogCapture::clear(); }
+
+    ConfigFile m_config{"diagnostics.level = 2\n"};
+};
+
+// Tests in which no call reaches the system.
+class GUISocketCallsTest : public GUISocketTest {
+protected:
+    void SetUp() override {
+        GUISocketTest::SetUp();
+        calls.pretend_success();
+    }
+
+    // A connected socket, with an empty history.
+    GUISocket& connected() {
+        m_socket.emplace(HOST, SERVICE_PORT);
+        SyslogCapture::clear();
+        return *m_socket;
+    }
+
+    ClientCalls calls;
+
+private:
+    std::optional<GUISocket> m_socket;
+};
+
+// What a failed constructor leaves in the history once there was a handle.
+const std::vector<std::string> CLOSED_HISTORY{
+    "gui_socket.cpp ~my_data_members begin",
+    "* close(#1)",
+    "gui_socket.cpp ~my_data_members close_result=0",
+    "gui_socket.cpp ~my_data_members end",
+};
+
+std::string construct_and_take_text() {
+    return thrown_text([] { const GUISocket socket(HOST, SERVICE_PORT); });
+}
+
+timeval time_out_in_force(int handle, int option) {
+    timeval time{-1, -1};
+    socklen_t size = sizeof time;
+    EXPECT_EQ(getsockopt(handle, SOL_SOCKET, option, &time, &size), 0);
+    return time;
+}
+
+void expect_time_out(int handle, int option, timeval expected) {
+    const auto time = time_out_in_force(handle, option);
+    EXPECT_EQ(time.tv_sec, expected.tv_sec) << "option " << option;
+    EXPECT_EQ(time.tv_usec, expected.tv_usec) << "option " << option;
+}
+
+// A system call that gives these results, one at each call, and fails the test at one more.
+template <typename Data>
+auto scripted(std::vector<ssize_t> results, int error = 0) {
+    return [results, error, next = std::size_t{0}](int, Data, std::size_t, int) mutable {
+        if (next == results.size()) {
+            throw std::logic_error("one call more than expected");
+        }
+        errno = error;
+        return results[next++];
+    };
+}
+
+// The byte shows that connect has returned: reset before, it would be connect that fails.
+void reset_after_one_byte(FakePeer& peer) {
+    auto connection = peer.accept();
+    connection.receive(1);
+    connection.reset();
+}
+
+// What a call gives that takes all it is given; ends the test when that is more than an int.
+ssize_t taken_whole(std::size_t size) {
+    if (size > INT_MAX) {
+        throw std::logic_error("one call was given " + std::to_string(size) + " bytes");
+    }
+    return static_cast<ssize_t>(size);
+}
+
+// Address space that nobody may touch.
+class Untouchable {
+public:
+    explicit Untouchable(std::size_t size) : m_size(size) {
+        m_start =
+            mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (m_start == MAP_FAILED) {
+            throw std::runtime_error("no address space");
+        }
+    }
+    ~Untouchable() { munmap(m_start, m_size); }
+    Untouchable(const Untouchable&) = delete;
+    Untouchable& operator=(const Untouchable&) = delete;
+
+    void* start() const { return m_start; }
+
+private:
+    std::size_t m_size;
+    void* m_start;
+};
+
+} // namespace
+
+// ---- Making and closing -------------------------------------------------------------------------
+
+TEST_F(GUISocketCallsTest, ConnectsAndClosesStepByStep) {
+    { const GUISocket socket(HOST, SERVICE_PORT); }
+    EXPECT_THAT(history(),
+                ElementsAre("gui_socket.cpp GUISocket begin", "* inet_pton(AF_INET, 127.0.0.1)",
+                            "* socket(AF_INET, SOCK_STREAM, 0)",
+                            "* connect(#1, AF_INET 127.0.0.1:1753)", "gui_socket.cpp GUISocket end",
+                            "gui_socket.cpp ~GUISocket begin", "gui_socket.cpp ~GUISocket end",
+                            "gui_socket.cpp ~my_data_members begin", "* close(#1)",
+                            "gui_socket.cpp ~my_data_members close_result=0",
+                            "gui_socket.cpp ~my_data_members end"));
+}
+
+TEST_F(GUISocketCallsTest, LogsNothingBelowTheVerboseLevel) {
+    for (const char* content : {"diagnostics.level = 1\n", "diagnostics.level = 0\n", "\n"}) {
+        ConfigFile::write(content);
+        { const GUISocket socket(HOST, SERVICE_PORT); }
+        calls.connect = [](int, const sockaddr*, socklen_t) {
+            return -1;
+        };
+        construct_and_take_text();
+        EXPECT_THAT(log_lines(), IsEmpty()) << content;
+        calls.pretend_success();
+    }
+}
+
+TEST_F(GUISocketCallsTest, PutsThePortIntoNetworkByteOrder) {
+    { const GUISocket socket("10.1.2.3", 258); }
+    EXPECT_EQ(system_calls().at(2), "* connect(#1, AF_INET 10.1.2.3:258)");
+}
+
+TEST_F(GUISocketCallsTest, RefusesEveryHostThatIsNoDottedAddress) {
+    for (const char* host :
+         {"localhost", "", " ", "127.0.0.1 ", " 127.0.0.1", "127.1", "127.0.0", "127.0.0.1.1",
+          "256.0.0.1", "0x7f.0.0.1", "127.0.0.1:1753", "::1", "::ffff:127.0.0.1", "example.org"}) {
+        SyslogCapture::clear();
+        EXPECT_EQ(thrown_text([host] { const GUISocket socket(host, SERVICE_PORT); }),
+                  "Failed to lookup host.")
+            << host;
+        EXPECT_THAT(history(), ElementsAre("gui_socket.cpp GUISocket begin",
+                                           std::string("* inet_pton(AF_INET, ") + host + ")",
+                                           "gui_socket.cpp ~my_data_members begin",
+                                           "gui_socket.cpp ~my_data_members end"))
+            << host;
+    }
+}
+
+TEST_F(GUISocketCallsTest, TakesAnErrorOfTheLookupForAFailedLookup) {
+    calls.inet_pton = [](int, const char*, void*) {
+        return -1;
+    };
+    EXPECT_EQ(construct_and_take_text(), "Failed to lookup host.");
+    EXPECT_THAT(system_calls(), ElementsAre("* inet_pton(AF_INET, 127.0.0.1)"));
+}
+
+TEST_F(GUISocketCallsTest, ReportsThatNoHandleIsToBeHad) {
+    calls.socket = [](int, int, int) {
+        return -1;
+    };
+    EXPECT_EQ(construct_and_take_text(), "Failed to create socket handle.");
+    EXPECT_THAT(history(),
+                ElementsAre("gui_socket.cpp GUISocket begin", "* inet_pton(AF_INET, 127.0.0.1)",
+                            "* socket(AF_INET, SOCK_STREAM, 0)",
+                            "gui_socket.cpp ~my_data_members begin",
+                            "gui_socket.cpp ~my_data_members end"));
+}
+
+TEST_F(GUISocketCallsTest, ClosesTheHandleOfAFailedConnectAndDoesNotTryAgain) {
+    for (const int error : {ECONNREFUSED, EINTR, EAGAIN}) {
+        ClientCalls fresh_calls;
+        fresh_calls.pretend_success();
+        fresh_calls.connect = [error](int, const sockaddr*, socklen_t) {
+            errno = error;
+            return -1;
+        };
+        SyslogCapture::clear();
+        EXPECT_EQ(construct_and_take_text(), "Failed to connect socket.");
+        EXPECT_THAT(history(), ElementsAreArray(joined({{"gui_socket.cpp GUISocket begin",
+                                                         "* inet_pton(AF_INET, 127.0.0.1)",
+                                                         "* socket(AF_INET, SOCK_STREAM, 0)",
+                                                         "* connect(#1, AF_INET 127.0.0.1:1753)"},
+                                                        CLOSED_HISTORY})))
+            << error;
+    }
+}
+
+TEST_F(GUISocketCallsTest, HandleZeroIsAHandle) {
+    calls.pretend_success(0);
+    { const GUISocket socket(HOST, SERVICE_PORT); }
+    EXPECT_THAT(system_calls(), testing::Contains("* close(#1)"));
+}
+
+TEST_F(GUISocketCallsTest, OnlyLogsThatCloseFailed) {
+    calls.close = [](int) {
+        errno = EIO;
+        return -1;
+    };
+    { const GUISocket socket(HOST, SERVICE_PORT); }
+    const auto entries = history();
+    ASSERT_EQ(entries.size(), 11U);
+    EXPECT_EQ(entries[8], "* close(#1)");
+    EXPECT_EQ(entries[9], "gui_socket.cpp ~my_data_members close_result=-1");
+    EXPECT_EQ(entries[10], "gui_socket.cpp ~my_data_members end");
+}
+
+TEST_F(GUISocketTest, ConnectsToADottedAddressWithoutTimeOuts) {
+    FakePeer peer([](FakePeer& self) { EXPECT_EQ(self.accept().receive_rest(), ""); });
+    ClientCalls calls;
+    const GUISocket socket(HOST, SERVICE_PORT);
+    expect_time_out(calls.latest_handle(), SO_RCVTIMEO, {0, 0});
+    expect_time_out(calls.latest_handle(), SO_SNDTIMEO, {0, 0});
+}
+
+TEST_F(GUISocketTest, RefusedConnectionLeavesNoHandle) {
+    const auto before = count_descriptors();
+    EXPECT_EQ(construct_and_take_text(), "Failed to connect socket.");
+    EXPECT_EQ(count_descriptors(), before);
+}
+
+// ---- Time-outs ----------------------------------------------------------------------------------
+
+TEST_F(GUISocketCallsTest, SetsTheReceiveTimeOutAndThenTheSendTimeOut) {
+    struct Row {
+        int read_ms;
+        int write_ms;
+        const char* receive_call;
+        const char* send_call;
+    };
+    for (const auto& row : {
+             Row{1500, 0, "* setsockopt(#1, SO_RCVTIMEO, 1.500000)",
+                 "* setsockopt(#1, SO_SNDTIMEO, 0.000000)"},
+             Row{0, 1500, "* setsockopt(#1, SO_RCVTIMEO, 0.000000)",
+                 "* setsockopt(#1, SO_SNDTIMEO, 1.500000)"},
+             Row{1, 999, "* setsockopt(#1, SO_RCVTIMEO, 0.001000)",
+                 "* setsockopt(#1, SO_SNDTIMEO, 0.999000)"},
+             Row{1000, 1001, "* setsockopt(#1, SO_RCVTIMEO, 1.000000)",
+                 "* setsockopt(#1, SO_SNDTIMEO, 1.001000)"},
+             Row{15000, 1000, "* setsockopt(#1, SO_RCVTIMEO, 15.000000)",
+                 "* setsockopt(#1, SO_SNDTIMEO, 1.000000)"},
+             Row{INT_MAX, INT_MAX, "* setsockopt(#1, SO_RCVTIMEO, 2147483.647000)",
+                 "* setsockopt(#1, SO_SNDTIMEO, 2147483.647000)"},
+         }) {
+        ClientCalls fresh_calls;
+        fresh_calls.pretend_success();
+        connected().set_read_write_timeouts_milliseconds(row.read_ms, row.write_ms);
+        EXPECT_THAT(history(), ElementsAre(row.receive_call, row.send_call));
+    }
+}
+
+TEST_F(GUISocketCallsTest, NegativeReceiveTimeOutSetsNothing) {
+    auto& socket = connected();
+    EXPECT_EQ(thrown_text([&] { socket.set_read_write_timeouts_milliseconds(-1, 1000); }),
+              "Invalid socket timeout value: -1.");
+    EXPECT_EQ(thrown_text([&] { socket.set_read_write_timeouts_milliseconds(-1, -5); }),
+              "Invalid socket timeout value: -1.");
+    EXPECT_EQ(thrown_text([&] { socket.set_read_write_timeouts_milliseconds(INT_MIN, 0); }),
+              "Invalid socket timeout value: -2147483648.");
+    EXPECT_THAT(history(), IsEmpty());
+}
+
+TEST_F(GUISocketCallsTest, NegativeSendTimeOutLeavesTheReceiveTimeOutSet) {
+    auto& socket = connected();
+    EXPECT_EQ(thrown_text([&] { socket.set_read_write_timeouts_milliseconds(1000, -5); }),
+              "Invalid socket timeout value: -5.");
+    EXPECT_THAT(history(), ElementsAre("* setsockopt(#1, SO_RCVTIMEO, 1.000000)"));
+}
+
+TEST_F(GUISocketCallsTest, RefusedReceiveTimeOutEndsTheSetting) {
+    calls.setsockopt = [](int, int, int, const void*, socklen_t) {
+        return -1;
+    };
+    auto& socket = connected();
+    EXPECT_EQ(thrown_text([&] { socket.set_read_write_timeouts_milliseconds(1500, 700); }),
+              "Failed to set socket timeout to 1500.");
+    EXPECT_THAT(history(), ElementsAre("* setsockopt(#1, SO_RCVTIMEO, 1.500000)"));
+}
+
+TEST_F(GUISocketCallsTest, RefusedSendTimeOutIsReportedWithItsValue) {
+    calls.setsockopt = [](int, int, int option, const void*, socklen_t) {
+        return option == SO_SNDTIMEO ? -1 : 0;
+    };
+    auto& socket = connected();
+    EXPECT_EQ(thrown_text([&] { socket.set_read_write_timeouts_milliseconds(1500, 700); }),
+              "Failed to set socket timeout to 700.");
+    EXPECT_THAT(history(), ElementsAre("* setsockopt(#1, SO_RCVTIMEO, 1.500000)",
+                                       "* setsockopt(#1, SO_SNDTIMEO, 0.700000)"));
+}
+
+TEST_F(GUISocketTest, TimeOutsAreInForceOnTheRealSocket) {
+    FakePeer peer([](FakePeer& self) { self.accept().receive_rest(); });
+    ClientCalls calls;
+    GUISocket socket(HOST, SERVICE_PORT);
+    const int handle = calls.latest_handle();
+
+    socket.set_read_write_timeouts_milliseconds(1500, 0);
+    expect_time_out(handle, SO_RCVTIMEO, {1, 500000});
+    expect_time_out(handle, SO_SNDTIMEO, {0, 0});
+
+    thrown_text([&] { socket.set_read_write_timeouts_milliseconds(-1, 2000); });
+    expect_time_out(handle, SO_RCVTIMEO, {1, 500000});
+    expect_time_out(handle, SO_SNDTIMEO, {0, 0});
+
+    thrown_text([&] { socket.set_read_write_timeouts_milliseconds(1000, -5); });
+    expect_time_out(handle, SO_RCVTIMEO, {1, 0});
+    expect_time_out(handle, SO_SNDTIMEO, {0, 0});
+
+    socket.set_read_write_timeouts_milliseconds(0, 3000);
+    expect_time_out(handle, SO_RCVTIMEO, {0, 0});
+    expect_time_out(handle, SO_SNDTIMEO, {3, 0});
+}
+
+TEST_F(GUISocketTest, ReceiveEndsWhenItsTimeOutIsOver) {
+    FakePeer peer([](FakePeer& self) { self.accept().receive_rest(); });
+    GUISocket socket(HOST, SERVICE_PORT);
+    socket.set_read_write_timeouts_milliseconds(300, 0);
+    char byte = 0;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(thrown_text([&] { socket.receive_some(&byte, 1); }), "Receive failed.");
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(290));
+}
+
+TEST_F(GUISocketTest, SendEndsWhenItsTimeOutIsOver) {
+    std::atomic<bool> is_over = false;
+    FakePeer peer([&](FakePeer& self) {
+        const auto connection = self.accept();
+        EXPECT_TRUE(wait_until([&] { return is_over.load(); }));
+    });
+    GUISocket socket(HOST, SERVICE_PORT);
+    socket.set_read_write_timeouts_milliseconds(0, 200);
+    const std::string data(std::size_t{16} << 20, 'x');
+    EXPECT_EQ(thrown_text([&] { socket.send_all(data.data(), data.size()); }),
+              "Failed writing to socket.");
+    is_over = true;
+}
+
+// ---- Sending ------------------------------------------------------------------------------------
+
+TEST_F(GUISocketCallsTest, SendSomeIsOneCallWithoutFlags) {
+    calls.send = [](int handle, const void* data, std::size_t size, int) {
+        EXPECT_EQ(handle, 4711);
+        EXPECT_EQ(std::string(static_cast<const char*>(data), size), "abcde");
+        return ssize_t{3};
+    };
+    EXPECT_EQ(connected().send_some("abcde", 5), 3);
+    EXPECT_THAT(history(), ElementsAre("* send(#1, 5, 0)"));
+}
+
+TEST_F(GUISocketCallsTest, SendAllGoesOnBehindEachShortSend) {
+    std::vector<std::size_t> portions{3, 1, 4, 2};
+    std::string taken;
+    calls.send = [&](int, const void* data, std::size_t, int) {
+        const auto portion = portions.front();
+        portions.erase(portions.begin());
+        taken.append(static_cast<const char*>(data), portion);
+        return static_cast<ssize_t>(portion);
+    };
+    connected().send_all("0123456789", 10);
+    EXPECT_EQ(taken, "0123456789");
+    EXPECT_THAT(history(), ElementsAre("* send(#1, 10, 0)", "* send(#1, 7, 0)", "* send(#1, 6, 0)",
+                                       "* send(#1, 2, 0)"));
+}
+
+TEST_F(GUISocketCallsTest, SendThatTakesNothingIsAFailure) {
+    calls.send = scripted<const void*>({0, 3, 0});
+    auto& socket = connected();
+    EXPECT_EQ(thrown_text([&] { socket.send_some("abcde", 5); }), "Empty send.");
+    EXPECT_EQ(thrown_text([&] { socket.send_all("abcde", 5); }), "Empty send.");
+    EXPECT_THAT(history(), ElementsAre("* send(#1, 5, 0)", "* send(#1, 5, 0)", "* send(#1, 2, 0)"));
+}
+
+TEST_F(GUISocketCallsTest, SendSomeOfNothingIsOneCallAndNoFailure) {
+    EXPECT_EQ(connected().send_some("", 0), 0);
+    EXPECT_THAT(history(), ElementsAre("* send(#1, 0, 0)"));
+}
+
+TEST_F(GUISocketCallsTest, SendAllOfNothingMakesNoCall) {
+    connected().send_all(nullptr, 0);
+    EXPECT_THAT(history(), IsEmpty());
+}
+
+TEST_F(GUISocketCallsTest, FailedSendIsNotRepeated) {
+    for (const int error : {EINTR, EAGAIN, EPIPE}) {
+        ClientCalls fresh_calls;
+        fresh_calls.pretend_success();
+        fresh_calls.send = scripted<const void*>({-1, 3, -1}, error);
+        auto& socket = connected();
+        EXPECT_EQ(thrown_text([&] { socket.send_some("abcde", 5); }), "Failed writing to socket.");
+        EXPECT_EQ(thrown_text([&] { socket.send_all("abcde", 5); }), "Failed writing to socket.");
+        EXPECT_THAT(history(),
+                    ElementsAre("* send(#1, 5, 0)", "* send(#1, 5, 0)", "* send(#1, 2, 0)"));
+    }
+}
+
+TEST_F(GUISocketCallsTest, OneSendIsGivenNoMoreThanAnInt) {
+    const Untouchable data(5ULL << 30);
+    std::size_t total = 0;
+    calls.send = [&](int, const void* from, std::size_t size, int) {
+        EXPECT_EQ(static_cast<const char*>(from) - static_cast<const char*>(data.start()),
+                  static_cast<std::ptrdiff_t>(total));
+        total += size;
+        return taken_whole(size);
+    };
+    auto& socket = connected();
+    socket.send_all(data.start(), 5ULL << 30);
+    EXPECT_THAT(history(), ElementsAre("* send(#1, 2147483647, 0)", "* send(#1, 2147483647, 0)",
+                                       "* send(#1, 1073741826, 0)"));
+    total = 0;
+    EXPECT_EQ(socket.send_some(data.start(), SIZE_MAX), INT_MAX);
+}
+
+TEST_F(GUISocketTest, SendToABrokenConnectionIsAFailure) {
+    FakePeer peer(reset_after_one_byte);
+    GUISocket socket(HOST, SERVICE_PORT);
+    socket.send_all("x", 1);
+    peer.finish();
+    EXPECT_EQ(thrown_text([&] { socket.send_all("abcde", 5); }), "Failed writing to socket.");
+}
+
+TEST_F(GUISocketTest, SendsEveryByteInOrder) {
+    std::string data;
+    for (std::size_t i = 0; i < std::size_t{3} << 20; ++i) {
+        data += static_cast<char>(i * 7 % 251);
+    }
+    std::string received;
+    FakePeer peer([&](FakePeer& self) { received = self.accept().receive_rest(); });
+    {
+        GUISocket socket(HOST, SERVICE_PORT);
+        socket.send_all(data.data(), data.size());
+    }
+    peer.finish();
+    EXPECT_TRUE(received == data) << received.size() << " bytes arrived";
+}
+
+// ---- Receiving ----------------------------------------------------------------------------------
+
+TEST_F(GUISocketCallsTest, ReceiveSomeIsOneCallWithoutFlags) {
+    calls.recv = [](int handle, void* data, std::size_t, int) {
+        EXPECT_EQ(handle, 4711);
+        std::memcpy(data, "abc", 3);
+        return ssize_t{3};
+    };
+    std::string data(5, '-');
+    EXPECT_EQ(connected().receive_some(data.data(), 5), 3);
+    EXPECT_EQ(data, "abc--");
+    EXPECT_THAT(history(), ElementsAre("* recv(#1, 5, 0)"));
+}
+
+TEST_F(GUISocketCallsTest, ReceiveAllGoesOnBehindEachShortReceive) {
+    std::vector<std::string> portions{"012", "3", "4567", "89"};
+    calls.recv = [&](int, void* data, std::size_t, int) {
+        const auto portion = portions.front();
+        portions.erase(portions.begin());
+        std::memcpy(data, portion.data(), portion.size());
+        return static_cast<ssize_t>(portion.size());
+    };
+    std::string data(12, '-');
+    connected().receive_all(data.data(), 10);
+    EXPECT_EQ(data, "0123456789--");
+    EXPECT_THAT(history(), ElementsAre("* recv(#1, 10, 0)", "* recv(#1, 7, 0)", "* recv(#1, 6, 0)",
+                                       "* recv(#1, 2, 0)"));
+}
+
+TEST_F(GUISocketCallsTest, FailedReceiveIsNotRepeated) {
+    for (const int error : {EINTR, EAGAIN, ECONNRESET}) {
+        ClientCalls fresh_calls;
+        fresh_calls.pretend_success();
+        fresh_calls.recv = scripted<void*>({-1, 3, -1}, error);
+        auto& socket = connected();
+        std::string data(5, '-');
+        EXPECT_EQ(thrown_text([&] { socket.receive_some(data.data(), 5); }), "Receive failed.");
+        EXPECT_EQ(thrown_text([&] { socket.receive_all(data.data(), 5); }), "Receive failed.");
+        EXPECT_THAT(history(),
+                    ElementsAre("* recv(#1, 5, 0)", "* recv(#1, 5, 0)", "* recv(#1, 2, 0)"));
+    }
+}
+
+TEST_F(GUISocketCallsTest, NoByteIsAFailureEvenWhenNoneWasAskedFor) {
+    auto& socket = connected();
+    std::string data(5, '-');
+    EXPECT_EQ(thrown_text([&] { socket.receive_some(data.data(), 5); }), "Empty receive.");
+    EXPECT_EQ(thrown_text([&] { socket.receive_some(data.data(), 0); }), "Empty receive.");
+    EXPECT_THAT(history(), ElementsAre("* recv(#1, 5, 0)", "* recv(#1, 0, 0)"));
+}
+
+TEST_F(GUISocketCallsTest, ReceiveAllOfNothingMakesNoCall) {
+    connected().receive_all(nullptr, 0);
+    EXPECT_THAT(history(), IsEmpty());
+}
+
+TEST_F(GUISocketCallsTest, OneReceiveIsGivenNoMoreThanAnInt) {
+    const Untouchable data(5ULL << 30);
+    calls.recv = [](int, void*, std::size_t size, int) {
+        return taken_whole(size);
+    };
+    auto& socket = connected();
+    socket.receive_all(data.start(), 5ULL << 30);
+    EXPECT_THAT(history(), ElementsAre("* recv(#1, 2147483647, 0)", "* recv(#1, 2147483647, 0)",
+                                       "* recv(#1, 1073741826, 0)"));
+    EXPECT_EQ(socket.receive_some(data.start(), SIZE_MAX), INT_MAX);
+}
+
+TEST_F(GUISocketTest, ReceiveOfNothingFailsOnTheRealSocket) {
+    FakePeer peer([](FakePeer& self) {
+        auto connection = self.accept();
+        connection.send("x");
+        connection.receive_rest();
+    });
+    GUISocket socket(HOST, SERVICE_PORT);
+    char byte = 0;
+    EXPECT_EQ(thrown_text([&] { socket.receive_some(&byte, 0); }), "Empty receive.");
+}
+
+TEST_F(GUISocketTest, PeerThatClosesTooEarlyIsAnEmptyReceive) {
+    FakePeer peer([](FakePeer& self) { self.accept().send("abc"); });
+    GUISocket socket(HOST, SERVICE_PORT);
+    std::string data(5, '-');
+    EXPECT_EQ(thrown_text([&] { socket.receive_all(data.data(), 5); }), "Empty receive.");
+    EXPECT_EQ(data, "abc--");
+}
+
+TEST_F(GUISocketTest, BrokenConnectionIsAFailedReceive) {
+    FakePeer peer(reset_after_one_byte);
+    GUISocket socket(HOST, SERVICE_PORT);
+    socket.send_all("x", 1);
+    char byte = 0;
+    EXPECT_EQ(thrown_text([&] { socket.receive_all(&byte, 1); }), "Receive failed.");
+}
+
+TEST_F(GUISocketTest, PutsTogetherWhatComesByteByByte) {
+    const std::string sent = "byte by byte";
+    std::atomic<int> handle = -1;
+    FakePeer peer([&](FakePeer& self) {
+        auto connection = self.accept();
+        EXPECT_TRUE(wait_until([&] { return handle != -1; }));
+        for (const char byte : sent) {
+            // Until the one before was received, so that no two are received at once.
+            EXPECT_TRUE(wait_until([&] {
+                int waiting = 0;
+                return ioctl(handle, FIONREAD, &waiting) == 0 && waiting == 0;
+            }));
+            connection.send({byte});
+        }
+        connection.receive_rest();
+    });
+    ClientCalls calls;
+    GUISocket socket(HOST, SERVICE_PORT);
+    handle = calls.latest_handle();
+    SyslogCapture::clear();
+    std::string data(sent.size(), '-');
+    socket.receive_all(data.data(), data.size());
+    EXPECT_EQ(data, sent);
+    EXPECT_EQ(history().size(), sent.size());
+}
+
+// ---- The rest -----------------------------------------------------------------------------------
+
+TEST(LimitSizeTAsInt, CutsAtTheLargestInt) {
+    struct Row {
+        std::size_t size;
+        int limited;
+    };
+    for (const auto& row : {
+             Row{0, 0},
+             Row{1, 1},
+             Row{2147483646, 2147483646},
+             Row{2147483647, 2147483647},
+             Row{2147483648, 2147483647},
+             Row{4294967295, 2147483647},
+             Row{4294967296, 2147483647},
+             Row{4294967301, 2147483647},
+             Row{1ULL << 63, 2147483647},
+             Row{std::numeric_limits<std::size_t>::max(), 2147483647},
+         }) {
+        EXPECT_EQ(limit_size_t_as_int(row.size), row.limited) << row.size;
+    }
+}
+
+namespace {
+
+constexpr int MANY = 1000;
+
+void expect_no_leak_in_many_runs(const std::string& text, const std::function<void()>& run) {
+    const auto before = count_descriptors();
+    for (int i = 0; i < MANY; ++i) {
+        ASSERT_EQ(thrown_text(run), text) << "run " << i;
+    }
+    // The peer in this process may still hold its end of the last connection for a moment.
+    EXPECT_TRUE(wait_until([before] { return count_descriptors() == before; }))
+        << text << " left " << count_descriptors() - before;
+}
+
+} // namespace
+
+TEST(GUISocketHandles, AThousandFailedLookupsLeaveNone) {
+    expect_no_leak_in_many_runs("Failed to lookup host.",
+                                [] { const GUISocket socket("localhost", SERVICE_PORT); });
+}
+
+TEST(GUISocketHandles, AThousandRefusedConnectionsLeaveNone) {
+    expect_no_leak_in_many_runs("Failed to connect socket.",
+                                [] { const GUISocket socket(HOST, SERVICE_PORT); });
+}
+
+TEST(GUISocketHandles, AThousandFailuresOfAConnectedSocketLeaveNone) {
+    constexpr int KINDS = 5;
+    FakePeer peer([&](FakePeer& self) {
+        for (int i = 0; i < KINDS * MANY; ++i) {
+            auto connection = self.accept();
+            if (i < 3 * MANY) {
+                connection.receive_rest(); // the client fails by itself
+            } else if (i < 4 * MANY) {
+                connection.send("half");
+            } else {
+                connection.receive(1);
+                connection.reset();
+            }
+        }
+    });
+    ClientCalls calls;
+    char data[8];
+    expect_no_leak_in_many_runs("Invalid socket timeout value: -1.", [] {
+        GUISocket(HOST, SERVICE_PORT).set_read_write_timeouts_milliseconds(0, -1);
+    });
+    calls.setsockopt = [](int, int, int, const void*, socklen_t) {
+        return -1;
+    };
+    expect_no_leak_in_many_runs("Failed to set socket timeout to 5.", [] {
+        GUISocket(HOST, SERVICE_PORT).set_read_write_timeouts_milliseconds(5, 5);
+    });
+    calls.send = [](int, const void*, std::size_t, int) {
+        return ssize_t{-1};
+    };
+    expect_no_leak_in_many_runs("Failed writing to socket.",
+                                [] { GUISocket(HOST, SERVICE_PORT).send_all("abc", 3); });
+    expect_no_leak_in_many_runs("Empty receive.",
+                                [&] { GUISocket(HOST, SERVICE_PORT).receive_all(data, 8); });
+    calls.send = __real_send;
+    expect_no_leak_in_many_runs("Receive failed.", [&] {
+        GUISocket socket(HOST, SERVICE_PORT);
+        socket.send_all("x", 1);
+        socket.receive_all(data, 8);
+    });
+}

@@ -31,3 +31,6 @@ suite "a thousand histories of the shell" \
     --output-on-failure --timeout 1500
 export ZOR_DEADLINE_SCALE=1
 suite "long desktop tests" run_pytest "$tree/build" -m slow
+suite "packages: build, install, answer a box, upgrade, purge" \
+    env ZOR_BUILD_DIR="$tree/build" /usr/bin/python3 -m pytest -q -p no:cacheprovider \
+    "$tree/tests/packaging/test_packages.py"

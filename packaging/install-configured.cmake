@@ -1,0 +1,21 @@
+# Run by `cmake --install`: writes and installs the files that name other installed files by their
+# full paths. Those never contain DESTDIR, which is only where the files wait to be moved.
+include(GNUInstallDirs)
+GNUInstallDirs_get_absolute_install_dir(bin_dir CMAKE_INSTALL_BINDIR BINDIR)
+GNUInstallDirs_get_absolute_install_dir(config_dir CMAKE_INSTALL_SYSCONFDIR SYSCONFDIR)
+cmake_path(ABSOLUTE_PATH private_dir BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX})
+
+set(name zor-card-printer-error-ui)
+set(command ${bin_dir}/${name})
+set(program ${private_dir}/${name})
+foreach(file ${name}.sh ${name}.service ${name}.desktop)
+    configure_file(${CMAKE_CURRENT_LIST_DIR}/${file}.in ${scratch_dir}/${file} @ONLY)
+endforeach()
+
+file(INSTALL ${scratch_dir}/${name}.sh DESTINATION ${bin_dir} RENAME ${name}
+     PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                 WORLD_READ WORLD_EXECUTE)
+file(INSTALL ${scratch_dir}/${name}.desktop DESTINATION ${config_dir}/xdg/autostart)
+# systemd looks here below /usr and /usr/local, whatever the directory for libraries is called.
+file(INSTALL ${scratch_dir}/${name}.service
+     DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/systemd/user)

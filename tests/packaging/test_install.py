@@ -1,0 +1,144 @@
+"""What `cmake --install` puts where, and whether the desktop's own tools find it in order."""
+
+import configparser
+import os
+import re
+import socket
+import stat
+
+import pytest
+
+from support import NAME, SIMULATOR, TREE, install, list_files, run
+
+
+@pytest.fixture(scope="module", name="staged")
+def fixture_staged(tmp_path_factory):
+    """An installation below /usr that waits in another directory, as for a package."""
+    destdir = tmp_path_factory.mktemp("destdir")
+    install("/usr", destdir)
+    return destdir
+
+
+@pytest.fixture(scope="module", name="prefix")
+def fixture_prefix(tmp_path_factory):
+    """An installation with a prefix of its own, ready to run."""
+    return install(tmp_path_factory.mktemp("prefix"))
+
+
+def test_installs_exactly_the_listed_files(staged):
+    listed = (TREE / "packaging/installed-files.txt").read_text().splitlines()
+    installed = list_files(staged)
+    missing = sorted(set(listed) - set(installed))
+    unlisted = sorted(set(installed) - set(listed))
+    assert (missing, unlisted) == ([], []), (
+        f"listed but not installed: {missing}; installed but not listed: {unlisted}; "
+        "if that is meant: tests/packaging/list-installed build >packaging/installed-files.txt")
+    assert listed == sorted(listed)
+
+
+def test_modes_let_everybody_use_and_nobody_change(staged):
+    programs = {f"/usr/bin/{NAME}", f"/usr/bin/{SIMULATOR}", f"/usr/libexec/{NAME}/{NAME}"}
+    wrong = []
+    for path in list_files(staged):
+        mode = stat.S_IMODE((staged / path[1:]).stat().st_mode)
+        if mode != (0o755 if path in programs else 0o644):
+            wrong.append((path, oct(mode)))
+    assert wrong == []
+
+
+@pytest.mark.parametrize("file", [
+    f"usr/bin/{NAME}", f"usr/lib/systemd/user/{NAME}.service", f"etc/xdg/autostart/{NAME}.desktop"])
+def test_paths_in_a_staged_file_are_those_of_the_final_place(staged, file):
+    text = (staged / file).read_text()
+    assert str(staged) not in text
+    assert not re.search("@[a-z_]+@", text)
+    assert "/usr/bin/" in text or f"/usr/libexec/{NAME}/{NAME}" in text
+
+
+def test_command_starts_the_program_of_its_own_prefix(prefix):
+    assert run(prefix / "bin" / NAME, "--getstring", "110").startswith("Message 110: ")
+    assert f"'{prefix}/libexec/{NAME}/{NAME}'" in (prefix / "bin" / NAME).read_text()
+
+
+def test_simulator_runs_from_its_own_prefix(prefix):
+    assert run(prefix / "bin" / SIMULATOR, "--version").startswith(f"{SIMULATOR} ")
+
+
+def test_user_unit_is_valid(prefix):
+    # It also asks man for the page that the unit names.
+    said = run("systemd-analyze", "verify", "--user", f"{prefix}/lib/systemd/user/{NAME}.service",
+               env=dict(os.environ, MANPATH=f"{prefix}/share/man"))
+    assert said == ""
+
+
+def test_autostart_entry_is_valid(prefix):
+    entry = prefix / "etc/xdg/autostart" / f"{NAME}.desktop"
+    assert run("desktop-file-validate", entry) == ""
+    parsed = configparser.ConfigParser(interpolation=None)
+    parsed.optionxform = str
+    parsed.read(entry)
+    keys = parsed["Desktop Entry"]
+    assert os.access(keys["TryExec"], os.X_OK)
+    assert keys["Exec"] == keys["TryExec"] + " --no-fork"
+    # Where systemd starts the session's programs, the unit does it.
+    assert keys["X-systemd-skip"] == keys["X-GNOME-HiddenUnderSystemd"] == "true"
+
+
+def test_metainfo_is_valid_and_names_what_is_installed(prefix):
+    metainfo = prefix / "share/metainfo" / f"{NAME}.metainfo.xml"
+    run("appstreamcli", "validate", "--no-net", metainfo)
+    text = metainfo.read_text()
+    assert f'<launchable type="service">{NAME}.service</launchable>' in text
+    assert f"<binary>{NAME}</binary>" in text
+
+
+def test_icons_have_the_sizes_of_their_directories(prefix):
+    icons = prefix / "share/icons/hicolor"
+    for png in icons.rglob("*.png"):
+        header = png.read_bytes()[:24]
+        size = (int.from_bytes(header[16:20], "big"), int.from_bytes(header[20:24], "big"))
+        assert png.parent.parent.name == f"{size[0]}x{size[1]}"
+
+
+@pytest.fixture(name="log")
+def fixture_log():
+    """The system log of the sandbox, as a socket."""
+    path = "/dev/log"
+    if os.path.exists(path):
+        os.unlink(path)
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as log:
+        log.bind(path)
+        log.setblocking(False)
+        yield log
+    os.unlink(path)
+
+
+def lines_logged(log, prefix):
+    run(prefix / "bin" / NAME, "--getstring", "110")
+    lines = []
+    while True:
+        try:
+            lines.append(log.recv(65536).decode())
+        except BlockingIOError:
+            return lines
+
+
+def test_example_configuration_logs_nothing_until_its_number_is_changed(prefix, log):
+    example = (prefix / "share/doc" / NAME / "examples/zor-card-printer.conf").read_text()
+    configuration = "/etc/zor-card-printer.conf"
+    try:
+        with open(configuration, "w") as file:
+            file.write(example)
+        assert lines_logged(log, prefix) == []
+        with open(configuration, "w") as file:
+            file.write(example.replace("diagnostics.level = 0", "diagnostics.level = 1"))
+        assert any("looked up string: 110=" in line for line in lines_logged(log, prefix))
+    finally:
+        os.unlink(configuration)
+
+
+def test_version_of_the_packages_is_the_version_of_the_build():
+    cmake = (TREE / "CMakeLists.txt").read_text()
+    version = cmake.split("VERSION", 2)[2].split()[0]
+    changelog = (TREE / "packaging/debian/changelog").read_text()
+    assert changelog.startswith(f"{NAME} ({version})")

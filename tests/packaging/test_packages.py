@@ -1,0 +1,181 @@
+"""The Debian packages: built, checked, installed into a clean root, run, upgraded, and gone again.
+
+Takes minutes, and needs root and the package archive that apt is set up for.
+"""
+
+import hashlib
+import os
+import pathlib
+import re
+import shutil
+import stat
+import subprocess
+
+import pytest
+
+from support import BUILD, NAME, SIMULATOR, TREE, run
+
+pytestmark = pytest.mark.skipif(
+    os.getuid() != 0, reason="a root directory to install into can only be made as root")
+
+WORK = BUILD / "package-test"
+ROOT = WORK / "root"
+VERSION = (TREE / "packaging/debian/changelog").read_text().split("(")[1].split(")")[0]
+NEXT_VERSION = VERSION + "+next"
+
+# Changed by every call of dpkg and apt; that no package is left is asked from dpkg itself.
+JOURNALS = ("/var/cache/", "/var/lib/apt/", "/var/lib/dpkg/", "/var/log/", "/dev/", "/proc/", "/sys/")
+
+
+@pytest.fixture(scope="module", autouse=True)
+def fixture_work():
+    shutil.rmtree(WORK, ignore_errors=True)
+    WORK.mkdir(parents=True)
+    yield
+    shutil.rmtree(WORK)
+
+
+def build_packages(version, build_options):
+    output = WORK / version
+    run(TREE / "scripts/build-packages", "--version", version, "--output", output,
+        env=dict(os.environ, DEB_BUILD_OPTIONS=build_options))
+    return output
+
+
+@pytest.fixture(scope="module", name="packages")
+def fixture_packages():
+    return build_packages(VERSION, "")
+
+
+@pytest.fixture(scope="module", name="next_packages")
+def fixture_next_packages():
+    return build_packages(NEXT_VERSION, "noopt noautodbgsym")
+
+
+def package_files(directory):
+    files = [next(directory.glob(f"{name}_*.deb")) for name in (NAME, SIMULATOR)]
+    assert len(files) == 2
+    return files
+
+
+def dependencies(directory):
+    """The names of the packages that these ones depend on, of alternatives the first."""
+    names = set()
+    for file in package_files(directory):
+        for entry in run("dpkg-deb", "--field", file, "Depends").split(","):
+            names.add(re.match(r"\s*([a-z0-9.+-]+)", entry)[1])
+    return names
+
+
+@pytest.fixture(scope="module", name="root")
+def fixture_root(packages):
+    """A root directory with Debian's smallest system and what the packages depend on, no more."""
+    sources = run(
+        "apt-get", "indextargets", "--format", "deb $(REPO_URI) $(RELEASE) $(COMPONENT)",
+        "Created-By: Packages", "Origin: Debian")
+    release = run("sh", "-c", ". /etc/os-release && echo $VERSION_CODENAME").strip()
+    run("mmdebstrap", "--variant=minbase", "--include=" + ",".join(sorted(dependencies(packages))),
+        release, ROOT, "-", input="\n".join(sorted(set(sources.splitlines()))) + "\n")
+    return ROOT
+
+
+def in_root(*command):
+    environment = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "DEBIAN_FRONTEND": "noninteractive",
+                   "LC_ALL": "C.UTF-8"}
+    return run("chroot", ROOT, *command, env=environment)
+
+
+def install_packages(directory):
+    for file in package_files(directory):
+        shutil.copy(file, ROOT / "tmp")
+    try:
+        in_root("sh", "-c", "dpkg --install /tmp/*.deb")
+    finally:
+        for file in (ROOT / "tmp").glob("*.deb"):
+            file.unlink()
+
+
+def installed_versions():
+    listed = in_root("dpkg-query", "--show", "--showformat", "${Package} ${Version} ${Status}\n")
+    return sorted(line for line in listed.splitlines() if line.startswith(("zor-",)))
+
+
+def snapshot():
+    """Each path below the root with its type, mode and content."""
+    found = {}
+    for path in sorted(ROOT.rglob("*")):
+        name = f"/{path.relative_to(ROOT)}"
+        if name.startswith(JOURNALS):
+            continue
+        status = path.lstat()
+        content = ""
+        if stat.S_ISLNK(status.st_mode):
+            content = os.readlink(path)
+        elif stat.S_ISREG(status.st_mode):
+            content = hashlib.sha256(path.read_bytes()).hexdigest()
+        found[name] = (oct(status.st_mode), content)
+    return found
+
+
+def difference(before, after):
+    return sorted(
+        f"{'new' if name not in before else 'gone' if name not in after else 'changed'}: {name}"
+        for name in before.keys() | after.keys() if before.get(name) != after.get(name))
+
+
+def answer_an_error_in_root():
+    run(TREE / "tests/sandbox", "--display", "--writable", BUILD,
+        TREE / "tests/packaging/answer-in-root", ROOT,
+        env=dict(os.environ, PYTHONDONTWRITEBYTECODE="1"), timeout=300)
+
+
+def test_lintian_has_nothing_to_say(packages):
+    changes = next(packages.glob("*.changes"))
+    assert run("lintian", "--allow-root", "--fail-on", "error,warning", changes) == ""
+
+
+def test_packages_hold_the_installed_files(packages):
+    contents = set()
+    for file in package_files(packages):
+        listing = subprocess.run(
+            ["sh", "-c", 'dpkg-deb --fsys-tarfile "$1" | tar -t', "sh", str(file)],
+            check=True, text=True, stdout=subprocess.PIPE).stdout
+        contents.update(line[1:] for line in listing.splitlines() if not line.endswith("/"))
+    listed = set((TREE / "packaging/installed-files.txt").read_text().splitlines())
+    # Debian compresses manual pages and adds two files to each package.
+    expected = {f"{path}.gz" if path.startswith("/usr/share/man/") else path for path in listed}
+    for name in (NAME, SIMULATOR):
+        expected |= {f"/usr/share/doc/{name}/changelog.gz", f"/usr/share/doc/{name}/copyright"}
+    assert sorted(contents ^ expected) == []
+
+
+def test_copyright_grants_no_licence(packages):
+    text = run("sh", "-c", 'dpkg-deb --fsys-tarfile "$1" | tar -xO "./usr/share/doc/$2/copyright"',
+               "sh", package_files(packages)[0], NAME)
+    assert "No licence has been granted yet" in text
+
+
+def test_packages_come_work_upgrade_and_go(root, packages, next_packages):
+    before = snapshot()
+
+    install_packages(packages)
+    assert installed_versions() == [
+        f"{name} {VERSION} install ok installed" for name in (NAME, SIMULATOR)]
+    wanted = "etc/systemd/user/graphical-session.target.wants"
+    assert (root / wanted / f"{NAME}.service").is_symlink()
+    answer_an_error_in_root()
+
+    install_packages(next_packages)
+    assert installed_versions() == [
+        f"{name} {NEXT_VERSION} install ok installed" for name in (NAME, SIMULATOR)]
+    answer_an_error_in_root()
+
+    in_root("dpkg", "--remove", NAME, SIMULATOR)
+    left = [line for line in difference(before, snapshot()) if not line.startswith("changed: /etc")]
+    assert pathlib.Path(f"/etc/xdg/autostart/{NAME}.desktop") in {
+        pathlib.Path(line.split(": ")[1]) for line in left}, "a setting that only purge may remove"
+    assert not any("/usr/" in line for line in left)
+
+    in_root("dpkg", "--purge", NAME, SIMULATOR)
+    assert difference(before, snapshot()) == []
+    assert installed_versions() == []

@@ -24,6 +24,7 @@
 #include <utility>
 #include <vector>
 
+#include <gdk/gdkx.h>
 #include <gtk/gtk.h>
 
 #include "gui_logger.h"
@@ -159,6 +160,7 @@ int run_as_gui(const char* program_path, bool show_main_window, bool valgrind_mo
                int valgrind_num_boxes, const std::string& simulate_error, bool no_fork);
 
 void initialize(GtkApplication* app, gpointer user_data);
+int end_without_display(Display* display);
 void printer_io_thread_proc(std::shared_ptr<std::mutex> clearing_error_queue_mutex,
                             std::shared_ptr<std::vector<ZORPrinterError>> error_clearing_queue);
 void set_new_printer_status(const ZORPrinterStatus& status);
@@ -327,6 +329,7 @@ void initialize(GtkApplication* app, gpointer /*user_data*/) {
         GUI_LOG(NORMAL, "end; already active");
         return;
     }
+    XSetIOErrorHandler(end_without_display);
     GtkReleaser main_window_releaser;
     auto* main_window = main_window_releaser.set(gtk_application_window_new(app));
     gtk_window_set_title(GTK_WINDOW(main_window),
@@ -354,6 +357,13 @@ void initialize(GtkApplication* app, gpointer /*user_data*/) {
     start_timer_tick();
     main_window_releaser.forget(); // the application keeps it
     GUI_LOG(NORMAL, "end");
+}
+
+// GTK ends the process without a word when the X server goes. Takes no lock: the tick may hold it.
+int end_without_display(Display* /*display*/) {
+    GUI_LOG(NORMAL, "terminating: lost the connection to the X server");
+    std::cerr << "zor-card-printer-error-ui: lost the connection to the X server\n";
+    _exit(1);
 }
 
 // ---- The printer I/O thread ---------------------------------------------------------------------

@@ -4,7 +4,8 @@
 tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 # shellcheck disable=SC2034 # for the scripts that source this file
-build_packages=(build-essential cmake ninja-build pkg-config libgtk-3-dev libtinyxml2-dev)
+build_packages=(build-essential cmake ninja-build pkg-config libgtk-3-dev libtinyxml2-dev
+    libx11-dev)
 # shellcheck disable=SC2034
 display_packages=(xvfb openbox x11-utils xdotool imagemagick dbus at-spi2-core bubblewrap
     adwaita-icon-theme fonts-dejavu-core)

@@ -1,14 +1,48 @@
 #include "gui_config.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
 #include <cstddef>
-#include <fstream>
 #include <memory>
 #include <sstream>
+#include <streambuf>
 #include <string_view>
 
 namespace {
 
 constexpr std::string_view BLANKS = " \t\n\v\f\r";
+
+// A file to be read. Every log call opens one, and there are some thirty in each poll: what
+// std::filebuf does besides reading would be most of their cost.
+class FileBuffer : public std::streambuf {
+public:
+    explicit FileBuffer(const char* path) : m_file(open(path, O_RDONLY | O_CLOEXEC)) {}
+    ~FileBuffer() override {
+        if (is_open()) {
+            close(m_file);
+        }
+    }
+    FileBuffer(const FileBuffer&) = delete;
+    FileBuffer& operator=(const FileBuffer&) = delete;
+
+    bool is_open() const { return m_file != -1; }
+
+protected:
+    int_type underflow() override {
+        const auto count = read(m_file, m_bytes.data(), m_bytes.size());
+        if (count <= 0) {
+            return traits_type::eof();
+        }
+        setg(m_bytes.data(), m_bytes.data(), m_bytes.data() + count);
+        return traits_type::to_int_type(m_bytes[0]);
+    }
+
+private:
+    int m_file;
+    std::array<char, 4096> m_bytes;
+};
 
 std::string_view trimmed(std::string_view text) {
     const auto first = text.find_first_not_of(BLANKS);
@@ -60,7 +94,11 @@ bool split_name_value_pair(const std::string& line, std::string& name, std::stri
 }
 
 std::string read_config_setting(const std::string& config_key) {
-    std::ifstream input_stream("/etc/zor-card-printer.conf");
+    FileBuffer file("/etc/zor-card-printer.conf");
+    if (!file.is_open()) {
+        return {};
+    }
+    std::istream input_stream(&file);
     while (input_stream.good()) {
         const auto line = read_line(input_stream);
         std::string name;

@@ -16,17 +16,23 @@ POLLED = "get_updated_printer_status end; status_text="
 PRESENTED = "present_error_box begin; printer="
 
 
-def preloaded(name):
+def preloaded(*names):
     """The environment in which the program runs with preload/NAME.c in front of its libraries."""
-    library = build_directory() / f"{name}.so"
-    fresh = library.with_suffix(f".{os.getpid()}")  # several tests may be at it
-    subprocess.run(["cc", "-O1", "-fPIC", "-shared", "-Wall", "-Wextra", "-fno-builtin", "-o",
-                    fresh, PRELOAD / f"{name}.c", "-ldl"], check=True)
-    fresh.replace(library)
     options = os.environ.get("ASAN_OPTIONS", "")
-    return {"LD_PRELOAD": str(library),
+    return {"LD_PRELOAD": " ".join(str(compiled(name)) for name in names),
             # Its run-time library wants to be the first otherwise.
             "ASAN_OPTIONS": ":".join(filter(None, [options, "verify_asan_link_order=0"]))}
+
+
+def compiled(name):
+    library = build_directory() / f"{name}.so"
+    fresh = library.with_suffix(f".{os.getpid()}")  # several tests may be at it
+    flags = subprocess.run(["pkg-config", "--cflags", "gobject-2.0"], check=True,
+                           stdout=subprocess.PIPE, text=True).stdout.split()
+    subprocess.run(["cc", "-O1", "-fPIC", "-shared", "-Wall", "-Wextra", "-Werror", "-fno-builtin",
+                    *flags, "-o", fresh, PRELOAD / f"{name}.c", "-ldl"], check=True)
+    fresh.replace(library)
+    return library
 
 
 def is_sanitized():

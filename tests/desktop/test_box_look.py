@@ -3,6 +3,7 @@
 import itertools
 
 import pytest
+from PIL import Image
 
 from harness.pictures import difference
 from harness.sandbox import build_directory
@@ -10,7 +11,6 @@ from harness.waiting import wait_until
 
 SHORTEST, LONGEST, UNKNOWN = 317, 210, 99999  # error codes, by the length of their texts
 TITLE_BAR = 40  # pixels, the tallest of the window managers
-ICON_SIZE = 512  # of the files, in pixels
 SMALL_BOX = """
 <interface><object class="GtkWindow" id="error-message-box"><child><object class="GtkBox"><child>
 <object class="GtkImage" id="image1"/></child><child><object class="GtkTextView" id="textview1"/>
@@ -135,7 +135,7 @@ def test_the_box_can_be_found_in_the_task_bar(start_desktop, window_manager):
 def test_a_screen_reader_finds_an_alert_with_its_parts(desktop):
     box = show_box(desktop)
     assert (box.root.role, box.root.name) == ("alert", "Front desk")
-    assert box.icon.description
+    assert box.icon.description == look_up(desktop, 110)
     assert [button.name for button in box.buttons] == ["Retry", "Cancel"]
     assert "editable" not in box.text_area.states
     assert box.icon.extents.x < box.text_area.extents.x
@@ -173,7 +173,6 @@ def test_no_text_cursor_blinks_in_the_box(desktop):
 
 
 def crop(picture, area):
-    from PIL import Image
     with Image.open(picture) as image:
         return image.crop((area.x, area.y, area.x + area.width, area.y + area.height)).tobytes()
 

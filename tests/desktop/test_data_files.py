@@ -3,6 +3,7 @@
 import shutil
 
 import pytest
+from PIL import Image
 
 from harness.pictures import difference
 from harness.sandbox import build_directory
@@ -71,12 +72,17 @@ def test_an_object_that_is_missing_does_not_end_the_program(desktop, copy, missi
 def test_a_changed_box_file_shows_at_the_next_box(desktop, copy):
     desktop.start_polling_program(path=copy)
     desktop.service.report("A")
-    assert desktop.person.wait_for_box("A").icon.description == "Printer error"
+    before = desktop.person.wait_for_box("A")
+    assert before.buttons[0].extents.y == before.buttons[1].extents.y
     box_file = copy.parent / "Data" / BOX_FILE
-    box_file.write_text(box_file.read_text().replace(">Printer error<", ">Something else<"))
+    beside, below = (f'<property name="orientation">{word}</property>'
+                     for word in ("horizontal", "vertical"))
+    head, button_box = box_file.read_text().split('id="buttonbox1"')
+    box_file.write_text(head + 'id="buttonbox1"' + button_box.replace(beside, below))
     desktop.service.report("B")
-    assert desktop.person.wait_for_box("B").icon.description == "Something else"
-    assert desktop.person.wait_for_box("A").icon.description == "Printer error"
+    after = desktop.person.wait_for_box("B")
+    assert after.buttons[0].extents.x == after.buttons[1].extents.x
+    assert desktop.person.wait_for_box("A").buttons == before.buttons
 
 
 @pytest.mark.parametrize("severity, name", [(3, "stop.png"), (4, "caution.png")])
@@ -108,7 +114,6 @@ def test_a_changed_icon_shows_at_the_next_box(desktop, copy):
 @pytest.mark.parametrize("size, seen", [((100, 50), (96, 48)), ((50, 100), (27, 54)),
                                         ((10, 10), (54, 54))])
 def test_an_icon_of_any_shape_is_scaled_by_its_dominant_side(desktop, copy, size, seen):
-    from PIL import Image
     Image.new("RGB", size, (200, 0, 0)).save(copy.parent / "Data/Assets/stop.png")
     desktop.start_polling_program(path=copy)
     desktop.service.report("A")

@@ -78,7 +78,7 @@ def turn_by_mouse(desktop, box):
 
 
 def turn_by_alt_tab(desktop, box):
-    desktop.person.press("Alt_L", "Tab")
+    desktop.person.switch_window()
 
 
 def turn_by_task_bar(desktop, box):

@@ -5,6 +5,7 @@ import signal
 import pytest
 
 from harness.sandbox import build_directory
+from harness.service import CANCEL, command_document
 from harness.waiting import wait_until
 
 MAIN_WINDOW = "Error UI Window: Temp Main Window for Early Testing"
@@ -15,8 +16,9 @@ def test_without_options_it_detaches_from_the_starting_process(desktop):
     starter = desktop.start_program(fork=True)
     assert starter.wait_for_end() == 0
     desktop.log.wait_for("handling updated status")
+    path = str(build_directory() / "zor-card-printer-error-ui")
     detached = [process for process in desktop.sandbox.processes()
-                if process["arguments"][:1] == [str(build_directory() / "zor-card-printer-error-ui")]]
+                if process["arguments"] == [path]]
     assert len(detached) == 1
     assert detached[0]["session"] == detached[0]["pid"] != starter.pid
     desktop.service.report("A")
@@ -54,8 +56,7 @@ def test_a_simulated_error_is_shown_once(desktop, severity, labels):
     assert box.text.startswith("Message 114: ")
     desktop.person.click(box, labels[-1])
     command = desktop.service.wait_for_commands()[0]
-    for element in (b"<PrinterJobID>123<", b"<ErrorCode>114<", b"<PrinterName>" + SIMULATED.encode()):
-        assert element in command
+    assert command == command_document(SIMULATED, CANCEL, "123", 114)
     desktop.person.wait_until_gone(SIMULATED)
     desktop.settle()
     assert desktop.person.windows() == []

@@ -63,6 +63,7 @@ class Node:
     children: list
     text: str | None = None
     last_character: Rectangle | None = None  # of the text; may be out of sight
+    selection: tuple | None = None  # the first character and the one after the last
     image_size: tuple | None = None
     image_description: str | None = None
 
@@ -244,6 +245,16 @@ class Person:
     def press(self, *keys):
         """Presses keys by their X names; together, as in press("Alt_L", "Tab")."""
         self._ask("press_keys", keys=list(keys))
+
+    def switch_window(self):
+        """Alt and Tab, with Alt held until the window manager's list of windows is there."""
+        before = self._ask("count_everything")
+        self._ask("hold_key", key="Alt_L")
+        try:
+            self.press("Tab")
+            wait_until(lambda: self._ask("count_everything") > before, "the list of windows")
+        finally:
+            self._ask("let_go_of_key", key="Alt_L")
 
     def type_text(self, text):
         self._ask("type_text", text=text)

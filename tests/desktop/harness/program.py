@@ -47,7 +47,7 @@ class Program:
         return len(self._sandbox.call("list_directory", path=f"/proc/{self.pid}/task"))
 
     def problems(self):
-        """Lines on standard error that nobody expects: a program that is well has nothing to say."""
+        """Lines on standard error that nobody expects: who is well has nothing to say."""
         return [line for line in self.stderr().splitlines()
                 if line and not any(pattern.search(line) for pattern in self._expected_problems)]
 

@@ -22,10 +22,8 @@ static time_t offset(void) {
 }
 
 int clock_gettime(clockid_t clock, struct timespec *now) {
-    static int (*real)(clockid_t, struct timespec *);
-    if (real == 0) {
-        real = (int (*)(clockid_t, struct timespec *))dlsym(RTLD_NEXT, "clock_gettime");
-    }
+    int (*const real)(clockid_t, struct timespec *) =
+        (int (*)(clockid_t, struct timespec *))dlsym(RTLD_NEXT, "clock_gettime");
     const int result = real(clock, now);
     if (result == 0 && clock == CLOCK_REALTIME) {
         now->tv_sec += offset();

@@ -6,8 +6,8 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 CALL_TIMEOUT = 2000  # milliseconds
-STATES = ("ACTIVE", "EDITABLE", "FOCUSABLE", "FOCUSED", "MULTI_LINE", "READ_ONLY", "SENSITIVE",
-          "SHOWING", "VISIBLE")
+STATES = ("ACTIVE", "ARMED", "EDITABLE", "FOCUSABLE", "FOCUSED", "MULTI_LINE", "READ_ONLY",
+          "SENSITIVE", "SHOWING", "VISIBLE")
 
 
 class Accessibility:
@@ -70,6 +70,9 @@ class Accessibility:
         if text is not None:
             count = text.get_character_count()
             tree["text"] = text.get_text(0, count)
+            if text.get_n_selections():
+                selected = text.get_selection(0)
+                tree["selection"] = [selected.start_offset, selected.end_offset]
             last = text.get_character_extents(max(count - 1, 0), Atspi.CoordType.SCREEN)
             tree["last_character"] = [last.x, last.y, last.width, last.height]
 

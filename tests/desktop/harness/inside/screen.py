@@ -39,7 +39,10 @@ class Screen:
         return found
 
     def _is_viewable(self, window):
-        return window.get_attributes().map_state == Xlib.X.IsViewable
+        try:
+            return window.get_attributes().map_state == Xlib.X.IsViewable
+        except Xlib.error.XError:
+            return False  # it has just gone
 
     def _find_client(self, outer):
         """The program's window within a frame, or the window itself when it has none."""
@@ -94,6 +97,10 @@ class Screen:
             sizes.append([width, height])
             numbers = numbers[2 + width * height:]
         return sizes
+
+    def count_everything(self):
+        """The number of windows on the screen, the window manager's own among them."""
+        return sum(map(self._is_viewable, self.root.query_tree().children))
 
     def active_window(self):
         """What the window manager calls active; 0 for none."""
@@ -217,6 +224,14 @@ class Screen:
             Xlib.ext.xtest.fake_input(self.display, Xlib.X.KeyPress, code)
         for code in reversed(codes):
             Xlib.ext.xtest.fake_input(self.display, Xlib.X.KeyRelease, code)
+        self.display.sync()
+
+    def hold_key(self, key):
+        Xlib.ext.xtest.fake_input(self.display, Xlib.X.KeyPress, self._key_code(key))
+        self.display.sync()
+
+    def let_go_of_key(self, key):
+        Xlib.ext.xtest.fake_input(self.display, Xlib.X.KeyRelease, self._key_code(key))
         self.display.sync()
 
     def type_text(self, text):

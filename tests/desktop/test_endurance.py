@@ -1,0 +1,165 @@
+"""Thousands of errors come and go: what the program holds of the machine stays the same.
+
+The rests between its polls and ticks take a tenth here, so that the desktop sets the pace.
+"""
+
+import json
+import os
+import signal
+import struct
+import sys
+
+import pytest
+
+from abuse_support import PRELOAD, descriptors, is_sanitized, memory, preloaded
+from harness.waiting import wait_until
+
+ERRORS_FIRST = 100
+ERRORS = [300, pytest.param(int(os.environ.get("ZOR_ENDURANCE_ERRORS", "20000")),
+                            marks=[pytest.mark.slow, pytest.mark.timeout(4 * 3600)])]
+# Polls of an idle program: some minutes, and the hour that takes 36,000 of them.
+POLLS = [1000, pytest.param(int(os.environ.get("ZOR_ENDURANCE_POLLS", "36000")),
+                            marks=[pytest.mark.slow, pytest.mark.timeout(2 * 3600)])]
+PICTURES = 256  # that cairo keeps on the X server for later use
+RESOURCES = PRELOAD / "x_resources.py"
+
+
+class Holdings:
+    """What the program holds at rest."""
+
+    def __init__(self, desktop, program, press, counter):
+        desktop.configure("diagnostics.level = 2\n")
+        desktop.settle(rounds=10)
+        press.answer_all()
+        desktop.settle(rounds=10)
+        self.memory = memory(desktop, program)
+        self.descriptors = min(len(descriptors(desktop, program)) for _ in range(30))
+        self.threads = program.threads()
+        status, output, error = desktop.sandbox.run(
+            [sys.executable, "-Es", RESOURCES, program.pid])
+        assert status == 0, error.decode()
+        self.x_resources = json.loads(output)
+        self.pictures = self.x_resources.pop("PICTURE")
+        desktop.configure("diagnostics.level = 1\n")
+        self.objects = struct.unpack("q", counter.read_bytes())[0]
+
+    def __str__(self):
+        return (f"{self.memory} KiB, {self.descriptors} descriptors, {self.threads} threads, "
+                f"{self.objects} objects, X: {self.x_resources}, {self.pictures} pictures")
+
+
+class Press:
+    """Answers boxes that all look alike, at the place where the button was in the first."""
+
+    def __init__(self, desktop):
+        self._person = desktop.person
+        self._log = desktop.log
+        self.answers = 0
+        program = desktop.start_polling_program()
+        desktop.service.report("First")
+        box = desktop.person.wait_for_box("First")
+        self._client = box.window.client
+        self._place = box.button("Retry").extents.center
+        desktop.service.withdraw("First")
+        desktop.person.wait_until_gone("First")
+        program.send_signal(signal.SIGTERM)
+        program.wait_for_end()
+
+    def boxes(self, printer=None):
+        return [window for window in self._person.windows(printer)
+                if window.client == self._client]
+
+    def answer_all(self, printer=None):
+        """Answers the uppermost box until there is none (of a printer).
+
+        One may come back: a status that was under way at the press shows it again, and when its
+        withdrawal and the next error come between two ticks, only the latter counts.
+        """
+        while self.boxes(printer):
+            uppermost = self.boxes()[-1]
+            since = self._log.count()
+            self._person.click_at(*self._place)
+            self._log.wait_for("finished action", since=since)
+            wait_until(lambda: all(box.id != uppermost.id for box in self.boxes()),
+                       f"the end of the box of {uppermost.title}")
+            self.answers += 1
+
+
+def endure(desktop, press, numbers):
+    """Each error is seen; every second one is answered, the others are withdrawn."""
+    for number in numbers:
+        printer = f"Printer {number}"
+        desktop.service.report(printer)
+        wait_until(lambda: press.boxes(printer), f"the box of {printer}", 20)
+        if number % 2:
+            press.answer_all(printer)
+        else:
+            desktop.service.withdraw(printer)
+            desktop.person.wait_until_gone(printer)
+
+
+def start_counted(desktop):
+    """Starts the program in a hurry; returns it and the file with the number of its objects."""
+    counter = desktop.sandbox.directory / "objects"
+    counter.write_bytes(bytes(8))
+    program = desktop.start_polling_program(
+        environment=preloaded("short_rests", "object_count") | {
+            "ZOR_HURRY": "1", "ZOR_OBJECT_COUNT": str(counter),
+            # Its accessibility bridge keeps what is gone for half a minute.
+            "NO_AT_BRIDGE": "1"})
+    desktop.configure("diagnostics.level = 1\n")
+    return program, counter
+
+
+def compare(first, last):
+    assert last.descriptors == first.descriptors
+    assert last.threads <= first.threads  # GLib ends idle ones of its own
+    assert last.x_resources == first.x_resources
+    assert last.pictures < first.pictures + PICTURES
+    assert last.objects == first.objects
+    if not is_sanitized():
+        assert last.memory < first.memory + 2048
+
+
+@pytest.mark.parametrize("count", ERRORS)
+def test_errors_that_come_and_go_leave_nothing_behind(desktop, count):
+    press = Press(desktop)
+    program, counter = start_counted(desktop)
+    endure(desktop, press, range(1, ERRORS_FIRST + 1))
+    first = Holdings(desktop, program, press, counter)
+    endure(desktop, press, range(ERRORS_FIRST + 1, count + 1))
+    last = Holdings(desktop, program, press, counter)
+    print(f"{press.answers} answers; after {ERRORS_FIRST} errors: {first}\n"
+          f"after {count} errors: {last}")
+    compare(first, last)
+    assert len(desktop.service.commands()) == press.answers >= count // 2
+
+
+class Polls:
+    """Counts the polls of a service that has said too much to look at all of it each time."""
+
+    def __init__(self, desktop):
+        self._path = next(desktop.sandbox.directory.glob("*-service.out"))
+        self._offset = self._count = 0
+
+    def count(self):
+        with open(self._path, "rb") as file:
+            file.seek(self._offset)
+            whole = file.read().rpartition(b"\n")[0]
+        self._offset += len(whole)
+        self._count += whole.count(b"\nreply status ")
+        return self._count
+
+
+@pytest.mark.parametrize("count", POLLS)
+def test_polls_without_news_leave_nothing_behind(desktop, count):
+    press = Press(desktop)
+    program, counter = start_counted(desktop)
+    endure(desktop, press, range(1, 11))
+    first = Holdings(desktop, program, press, counter)
+    polls = Polls(desktop)
+    end = polls.count() + count
+    wait_until(lambda: polls.count() >= end, f"{count} polls", 60 + count / 10)
+    last = Holdings(desktop, program, press, counter)
+    print(f"after some errors: {first}\nafter {count} polls: {last}")
+    compare(first, last)

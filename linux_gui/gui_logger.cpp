@@ -14,7 +14,7 @@ std::ostream& GUILoggerHelper::get_ostream() {
 }
 
 std::string GUILoggerHelper::stream_to_string(std::ostream& stream) {
-    return dynamic_cast<std::ostringstream&>(stream).str();
+    return static_cast<std::ostringstream&>(stream).str();
 }
 
 void GUILoggerHelper::log(GUILogLevel level, const std::string& file_name, int line_number,

@@ -226,6 +226,19 @@ TEST(DiagnosticLevel, is_the_default_for_a_value_outside_the_range) {
     EXPECT_EQ(level_of("diagnostics.level=99999999999999999999\n"), 0);
 }
 
+TEST(DiagnosticLevel, equals_what_a_string_stream_reads) {
+    for (const std::string sign : {"", "+", "-", "++", "+-", "-+", "--"}) {
+        for (const std::string digits : {"", "0", "7", "007", "12abc", "0x10", "1e3", "2147483647",
+                                         "2147483648", "2147483649", "99999999999", "abc", "."}) {
+            std::istringstream parser(sign + digits);
+            int value = 0;
+            const int expected = parser >> value ? value : 0;
+            EXPECT_EQ(level_of("diagnostics.level=" + sign + digits + "\n"), expected)
+                << sign + digits;
+        }
+    }
+}
+
 TEST(DiagnosticLevel, survives_the_longest_line_before_it) {
     for (const char filler : {' ', 'x', '='}) {
         EXPECT_EQ(level_of(long_line(LONGEST, filler) + "\ndiagnostics.level=2\n"), 2) << filler;

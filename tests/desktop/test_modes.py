@@ -153,13 +153,14 @@ def test_all_test_modes_go_together(desktop):
     assert program.wait_for_end() == 0
 
 
-def test_the_program_ends_when_the_x_server_goes(desktop):
+def test_the_program_ends_with_a_message_when_the_x_server_goes(desktop):
     program = desktop.start_polling_program()
     desktop.service.report("A")
     desktop.person.wait_for_box("A")
-    program.expect_problem("Fatal IO error|display")
+    program.expect_problem("lost the connection to the X server")
     desktop.x_server.kill()
     assert program.wait_for_end() == 1
+    assert "lost the connection to the X server" in program.stderr()
 
 
 @pytest.mark.parametrize("first_options", [(), ("--show-main-window",)])

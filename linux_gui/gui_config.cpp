@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -13,7 +14,10 @@
 
 namespace {
 
-constexpr std::string_view BLANKS = " \t\n\v\f\r";
+// Of the "C" locale: blank, tab, line feed, vertical tab, form feed, carriage return.
+constexpr bool is_blank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 // A file to be read. Every log call opens one, and there are some thirty in each poll: what
 // std::filebuf does besides reading would be most of their cost.
@@ -48,15 +52,24 @@ private:
 };
 
 std::string_view trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(BLANKS);
-    if (first == std::string_view::npos) {
-        return {};
+    while (!text.empty() && is_blank(text.front())) {
+        text.remove_prefix(1);
     }
-    return text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
+    while (!text.empty() && is_blank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+// The place of the last blank, or npos.
+std::size_t find_last_blank(std::string_view text) {
+    const auto blank = std::find_if(text.rbegin(), text.rend(), is_blank);
+    return blank == text.rend() ? std::string_view::npos
+                                : static_cast<std::size_t>(text.rend() - blank) - 1;
 }
 
 bool has_blank(std::string_view text) {
-    return text.find_first_of(BLANKS) != std::string_view::npos;
+    return std::any_of(text.begin(), text.end(), is_blank);
 }
 
 // Takes text apart at the equals sign at this place, if both sides are then one run of non-blanks.
@@ -86,14 +99,14 @@ bool split_name_value_pair(const std::string& line, std::string& name, std::stri
     // The name takes as much as it can, so of several equals signs the last one decides that leaves
     // both sides valid; no sign before the last word but the nearest one can.
     const auto text = trimmed(line);
-    const auto last_blank = text.find_last_of(BLANKS);
+    const auto last_blank = find_last_blank(text);
     if (last_blank == std::string_view::npos) {
         const auto sign =
             text.size() < 2 ? std::string_view::npos : text.rfind('=', text.size() - 2);
         return sign != std::string_view::npos && split_at(text, sign, name, value);
     }
     return split_at(text, last_blank + 1, name, value) ||
-           split_at(text, text.find_last_not_of(BLANKS, last_blank), name, value);
+           split_at(text, trimmed(text.substr(0, last_blank)).size() - 1, name, value);
 }
 
 std::string read_config_setting(const std::string& config_key) {

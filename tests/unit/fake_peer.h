@@ -11,6 +11,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -289,7 +290,9 @@ ssize_t __wrap_recv(int handle, void* data, std::size_t size, int flags) {
 
 int __wrap_close(int handle) {
     auto* calls = ClientCalls::current();
-    if (calls == nullptr) {
+    struct stat file {};
+    const bool is_configuration = fstat(handle, &file) == 0 && S_ISREG(file.st_mode);
+    if (calls == nullptr || is_configuration) {
         return __real_close(handle);
     }
     ClientCalls::note("close(" + calls->name_of(handle) + ")");

@@ -33,7 +33,7 @@ class Holdings:
         press.answer_all()
         desktop.settle(rounds=10)
         self.memory = memory(desktop, program)
-        self.descriptors = min(len(descriptors(desktop, program)) for _ in range(30))
+        self.descriptors = min(len(descriptors(desktop, program)) for _ in range(200))
         self.threads = program.threads()
         status, output, error = desktop.sandbox.run(
             [sys.executable, "-Es", RESOURCES, program.pid])
@@ -112,7 +112,7 @@ def start_counted(desktop):
 
 
 def compare(first, last):
-    assert last.descriptors == first.descriptors
+    assert last.descriptors <= first.descriptors  # a poll may have been open at the first looks
     assert last.threads <= first.threads  # GLib ends idle ones of its own
     assert last.x_resources == first.x_resources
     assert last.pictures < first.pictures + PICTURES

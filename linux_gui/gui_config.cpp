@@ -23,9 +23,7 @@ constexpr bool is_blank(char c) {
 // std::filebuf does besides reading would be most of their cost.
 class FileBuffer : public std::streambuf {
 public:
-    // Asking first costs half of an open that fails, and mostly there is no file.
-    explicit FileBuffer(const char* path)
-        : m_file(access(path, R_OK) == 0 ? open(path, O_RDONLY | O_CLOEXEC) : -1) {}
+    explicit FileBuffer(const char* path) : m_file(open(path, O_RDONLY | O_CLOEXEC)) {}
     ~FileBuffer() override {
         if (is_open()) {
             close(m_file);
@@ -110,7 +108,12 @@ bool split_name_value_pair(const std::string& line, std::string& name, std::stri
 }
 
 std::string read_config_setting(const std::string& config_key) {
-    FileBuffer file("/etc/zor-card-printer.conf");
+    constexpr const char* path = "/etc/zor-card-printer.conf";
+    // Asking first costs half of an open that fails, and mostly there is no file.
+    if (access(path, R_OK) != 0) {
+        return {};
+    }
+    FileBuffer file(path);
     if (!file.is_open()) {
         return {};
     }
@@ -142,5 +145,6 @@ int read_config_int_setting(const std::string& config_key, int default_value) {
 }
 
 int gui_config_get_diagnostic_level() {
-    return read_config_int_setting("diagnostics.level", 0);
+    static const std::string config_key = "diagnostics.level";
+    return read_config_int_setting(config_key, 0);
 }

@@ -9,6 +9,8 @@
 
 GUILoggerHelper::GUILoggerHelper() = default;
 
+GUILoggerHelper::~GUILoggerHelper() = default;
+
 std::ostream& GUILoggerHelper::get_ostream() {
     return m_stream;
 }
@@ -53,4 +55,10 @@ void auto_init_syslog() {
 bool auto_init_syslog_do_actual_work() {
     openlog("zor_card_printer_gui", LOG_PID, LOG_USER);
     return true;
+}
+
+void gui_log_built_line(GUILogLevel level, const char* file_name, int line_number,
+                        const char* function_name, GUILoggerHelper& helper) {
+    GUILoggerHelper::log(level, file_name, line_number, function_name,
+                         GUILoggerHelper::stream_to_string(helper.get_ostream()));
 }

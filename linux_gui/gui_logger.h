@@ -15,6 +15,9 @@ enum GUILogLevel : int {
 class GUILoggerHelper {
 public:
     GUILoggerHelper();
+    ~GUILoggerHelper();
+    GUILoggerHelper(const GUILoggerHelper&) = delete;
+    GUILoggerHelper& operator=(const GUILoggerHelper&) = delete;
 
     // The stream that the caller writes the message into; lives as long as this object.
     std::ostream& get_ostream();
@@ -43,11 +46,16 @@ void auto_init_syslog();
 // The opening itself. Always true: the system log reports no failure to open.
 bool auto_init_syslog_do_actual_work();
 
+// The last step of GUI_LOG: GUILoggerHelper::log with the text that helper holds. Some thirty
+// places are passed in each poll; what it builds for them stands here once, so that they stay
+// small.
+void gui_log_built_line(GUILogLevel level, const char* file_name, int line_number,
+                        const char* function_name, GUILoggerHelper& helper);
+
 // Logs the pieces, joined by <<, under the place where it stands.
 #define GUI_LOG(level, pieces)                                                                     \
     do {                                                                                           \
         GUILoggerHelper gui_log_helper;                                                            \
         gui_log_helper.get_ostream() << pieces; /* NOLINT(bugprone-macro-parentheses) */           \
-        GUILoggerHelper::log(level, __FILE_NAME__, __LINE__, __func__,                             \
-                             GUILoggerHelper::stream_to_string(gui_log_helper.get_ostream()));     \
+        gui_log_built_line(level, __FILE_NAME__, __LINE__, __func__, gui_log_helper);              \
     } while (false)

@@ -10,6 +10,11 @@ def printers(count):
     return [f"Printer {number}" for number in range(1, count + 1)]
 
 
+def place(words, wanted, count):
+    """Where the wanted words stand for the count-th time."""
+    return [number for number, word in enumerate(words) if word == wanted][count - 1]
+
+
 def show_boxes(desktop, count):
     desktop.service.say(f'repeat {count} error "Printer {{n}}" 1 110 3')
     wait_until(lambda: {window.title for window in desktop.person.windows()}
@@ -134,15 +139,27 @@ def test_an_answered_error_that_is_still_the_news_comes_back(desktop):
 
 
 def test_an_answered_error_does_not_flash_up_again(desktop):
-    """The service withdraws what is answered; a status from before the answer is old news."""
+    """The service withdraws what is answered; a status from before the answer is old news.
+
+    One that the service gives between the press and the arrival of the command is none: it may
+    show the box anew, until the withdrawal.
+    """
     desktop.start_polling_program()
-    for count in range(1, 11):
+    shown = 0
+    for count in range(1, 13):
         desktop.service.report("A", job=str(count))
-        desktop.person.click(desktop.person.wait_for_box("A"), "Retry")
+        box = desktop.person.wait_for_box("A")
+        replies = desktop.service.replies()
+        desktop.person.click(box, "Retry")
         desktop.service.wait_for_commands(count)
         desktop.service.wait_for("event published", 2 * count)
+        events = [line.words for line in desktop.service.lines()]
+        given = events[:place(events, "request command", count)].count("reply status") - replies
         desktop.settle()
-        assert len(desktop.log.messages("present_error_box begin")) == count
+        desktop.person.wait_until_gone("A")
+        again = len(desktop.log.messages("present_error_box begin")) - shown - 1
+        assert 0 <= again <= given
+        shown += again + 1
 
 
 def test_fifty_boxes_are_answered_in_turn(desktop):

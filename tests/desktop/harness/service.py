@@ -66,7 +66,7 @@ class Service:
     def __init__(self, sandbox):
         self._process = sandbox.start(
             [build_directory() / "zor-printer-service-simulator", "--verbose"], name="service")
-        self._lines = []
+        self._lines = {None: []}  # by their words, and all of them
         self._unread = b""
         self._offset = 0
         wait_until(lambda: self.lines("ready"), "the printer service")
@@ -74,14 +74,17 @@ class Service:
     # ---- What happened --------------------------------------------------------------------------
 
     def lines(self, words=None):
-        """What the service has said so far, or the lines that begin with these words."""
+        """What the service has said so far, or the lines that consist of these words and fields."""
         with open(self._process.stdout_path, "rb") as file:
             file.seek(self._offset)
             new = file.read()
         self._offset += len(new)
         *whole, self._unread = (self._unread + new).split(b"\n")
-        self._lines += [Line.parse(line.decode("latin-1")) for line in whole]
-        return [line for line in self._lines if words in (None, line.words)]
+        for line in whole:
+            parsed = Line.parse(line.decode("latin-1"))
+            self._lines[None].append(parsed)
+            self._lines.setdefault(parsed.words, []).append(parsed)
+        return list(self._lines.get(words, []))
 
     def commands(self):
         """The job commands received so far: requests as they came, bytes."""

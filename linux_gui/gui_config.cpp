@@ -145,6 +145,5 @@ int read_config_int_setting(const std::string& config_key, int default_value) {
 }
 
 int gui_config_get_diagnostic_level() {
-    static const std::string config_key = "diagnostics.level";
-    return read_config_int_setting(config_key, 0);
+    return read_config_int_setting("diagnostics.level", 0);
 }

@@ -132,7 +132,7 @@ def test_settings_of_the_sources_are_those_of_the_configuration_page():
 def test_identity_and_file_in_the_pages_are_those_of_the_sources():
     logger = (TREE / "linux_gui/gui_logger.cpp").read_text()
     identity = re.search(r'openlog\("([^"]+)"', logger)[1]
-    file = re.search(r'FileBuffer file\("([^"]+)"\)',
+    file = re.search(r'path = "([^"]+)"',
                      (TREE / "linux_gui/gui_config.cpp").read_text())[1]
     for page in (MAN / f"{NAME}.1", MAN / "zor-card-printer.conf.5"):
         assert identity in rendered(page)

@@ -722,8 +722,21 @@ GtkBorder get_text_margins(GtkWidget* text_view, GtkWidget* scrolled_window) {
     return sum;
 }
 
-// Makes room for the whole text, up to 60 % of the screen's height; what is longer scrolls. A
-// resized window looks only at the least sizes of what it holds, so the room is set as such.
+// The height of a text area whose text with its margins takes text_height: up to 60 % of the
+// screen's height. What is higher scrolls, and ends in the middle of a line, because a whole last
+// line in sight would look like the end of the text.
+int choose_text_area_height(GtkWidget* text_view, int text_height, const GtkBorder& margins) {
+    const int limit = gdk_screen_height() * 6 / 10;
+    if (text_height <= limit) {
+        return text_height;
+    }
+    const int line_height = measure_text_height(text_view, "", gdk_screen_width());
+    const int whole_lines = (2 * (limit - margins.top) / line_height - 1) / 2;
+    return margins.top + whole_lines * line_height + line_height / 2;
+}
+
+// Makes room for the text. A resized window looks only at the least sizes of what it holds, so the
+// room is set as such.
 void fit_text_area(GtkWidget* window, GtkWidget* text_view, const std::string& display_text) {
     auto* scrolled_window = text_view != nullptr
                                 ? gtk_widget_get_ancestor(text_view, GTK_TYPE_SCROLLED_WINDOW)
@@ -751,7 +764,7 @@ void fit_text_area(GtkWidget* window, GtkWidget* text_view, const std::string& d
     const int text_height =
         measure_text_height(text_view, display_text, line_width) + margins.top + margins.bottom;
     gtk_widget_set_size_request(scrolled_window, content_width,
-                                std::min(text_height, gdk_screen_height() * 6 / 10));
+                                choose_text_area_height(text_view, text_height, margins));
 }
 
 // The image, scaled so that its dominant side takes 5 % of the same side of the screen; a new

@@ -92,7 +92,7 @@ constexpr const char* LAMINATOR_ENTRY_EXIT_BODY =
        "7. If the problem continues, call for service.");
 
 constexpr const char* LAMINATOR_SUPPLY_OUT_BODY =
-    N_("The laminator supply that the title names (L1 or L2) is out or missing.\n"
+    N_("The laminator supply named above (L1 or L2) is out or missing.\n"
        "1. Open the laminator cover. The heated rollers can be hot. Do not reach past the supply.\n"
        "2. Remove the used supply and install a new one in the same place. Make sure that it is "
        "tight.\n"
@@ -103,8 +103,8 @@ constexpr const char* LAMINATOR_SUPPLY_OUT_BODY =
        "5. If that does not help, call for service.");
 
 constexpr const char* LAMINATOR_SUPPLY_TYPE_BODY =
-    N_("The laminator supply that the title names (L1 or L2) has the wrong type, is not supported "
-       "or was not identified.\n"
+    N_("The laminator supply named above (L1 or L2) has the wrong type, is not supported or was "
+       "not identified.\n"
        "1. Make sure that the printer driver is set to the supply that is installed.\n"
        "2. Open the laminator cover. The heated rollers can be hot. Do not reach past the supply.\n"
        "3. Remove the supply. Make sure that it is made for this laminator and has the type that "
@@ -116,8 +116,8 @@ constexpr const char* LAMINATOR_SUPPLY_TYPE_BODY =
        "7. If that does not help, install a new supply, or call for service.");
 
 constexpr const char* HEATER_BODY =
-    N_("A heater, a heated roller, a sensor or the impresser has a problem. The title names the "
-       "part.\n"
+    N_("A heater, a heated roller, a sensor or the impresser has a problem. The part is named "
+       "above.\n"
        "1. Do not open the laminator or the impresser and do not touch hot parts.\n"
        "2. Use the power button to power off the printer. Also power off the laminator if it has a "
        "power switch.\n"

@@ -122,7 +122,7 @@ def test_a_translated_label_is_shown_in_any_locale(start_desktop, tmp_path, char
     desktop.service.report("A")
     box = desktop.person.wait_for_box("A")
     assert box.labels == ["Nochmals prüfen", "Abbrechen"]
-    desktop.take_screenshot(f"translated-{charset}")
+    desktop.take_screenshot(f"translated-buttons-{charset}")
     assert program.is_running()
 
 
@@ -136,7 +136,7 @@ def test_a_right_to_left_locale_mirrors_the_box(start_desktop, tmp_path):
     desktop.start_polling_program(environment={"LOCPATH": str(locales), "LANG": "de_DE.UTF-8"})
     desktop.service.report("A")
     box = desktop.person.wait_for_box("A")
-    desktop.take_screenshot("right-to-left")
+    desktop.take_screenshot("right-to-left-locale")
     assert box.icon.extents.x > box.text_area.extents.x
     left = box.window.client.x
     assert box.buttons[0].extents.x - left <= 20

@@ -72,10 +72,10 @@ def check_translated(desktop, box, translate):
 
 def test_language_translates_the_box(start_desktop, translations):
     desktop, box = show_box(start_desktop, translations, {"LANGUAGE": "de"})
+    desktop.take_screenshot("translated")
     check_translated(desktop, box, pseudo)
     desktop.person.click(box, pseudo("Retry"))
     assert len(desktop.service.wait_for_commands()) == 1
-    desktop.take_screenshot("translated")
 
 
 def test_lang_translates_the_box(start_desktop, translations, tmp_path):

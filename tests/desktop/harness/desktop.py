@@ -65,11 +65,10 @@ class Desktop:
             "DISPLAY": self.display, "DBUS_SESSION_BUS_ADDRESS": self._first_line(self.bus)}
         if settings.theme:
             self.sandbox.environment["GTK_THEME"] = settings.theme
-        if settings.window_manager:
-            self.window_manager = self.sandbox.start([settings.window_manager])
         self.person.connect(self.display, self.sandbox.environment["DBUS_SESSION_BUS_ADDRESS"])
         self.person.set_dots_per_inch(int(STANDARD_DPI * settings.text_scale))
         if settings.window_manager:
+            self.window_manager = self.sandbox.start([settings.window_manager])
             wait_until(self.person.window_manager, "the window manager")
 
     def _first_line(self, process):

@@ -61,6 +61,14 @@ struct GUIState {
     std::map<std::string, PrinterErrorInfo> error_presentation_map;
 };
 
+// The errors answered since the I/O thread began its present exchange with the service. Guarded by
+// the lock of the shared state, and longer-lived, because that lock is never given back at the end.
+struct StatusExchange {
+    bool is_running = false;
+    std::set<std::string> answered_keys;
+};
+
+StatusExchange status_exchange;
 GUIState global_gui_state;
 
 // Whether this thread is inside a GUIStateLocker: GTK may destroy a window with or without one.
@@ -163,7 +171,9 @@ void initialize(GtkApplication* app, gpointer user_data);
 int end_without_display(Display* display);
 void printer_io_thread_proc(std::shared_ptr<std::mutex> clearing_error_queue_mutex,
                             std::shared_ptr<std::vector<ZORPrinterError>> error_clearing_queue);
+void begin_status_exchange();
 void set_new_printer_status(const ZORPrinterStatus& status);
+void drop_old_news(ZORPrinterStatus& status, const std::set<std::string>& answered_keys);
 void start_timer_tick();
 gboolean timer_tick(gpointer unused);
 void present_next_valgrind_box();
@@ -378,6 +388,7 @@ void printer_io_thread_proc(
     for (;;) {
         bool caught_exception = true;
         try {
+            begin_status_exchange();
             const auto status = get_updated_printer_status(prior_status.get());
             set_new_printer_status(status);
             prior_status = std::make_shared<ZORPrinterStatus>(status);
@@ -395,9 +406,25 @@ void printer_io_thread_proc(
     }
 }
 
+void begin_status_exchange() {
+    GUIStateLocker locker;
+    status_exchange = StatusExchange{true, {}};
+}
+
 void set_new_printer_status(const ZORPrinterStatus& status) {
     GUIStateLocker locker;
     global_gui_state.new_printer_status = std::make_shared<ZORPrinterStatus>(status);
+    // What was asked for before an answer is no later news than what was waiting then.
+    drop_old_news(*global_gui_state.new_printer_status, status_exchange.answered_keys);
+    status_exchange = StatusExchange{};
+}
+
+// Takes out of a status what would show errors anew that were answered after it was asked for.
+void drop_old_news(ZORPrinterStatus& status, const std::set<std::string>& answered_keys) {
+    std::erase_if(status.errors, [&answered_keys](const ZORPrinterError& error) {
+        return error.gui_action_code == SHOW_ERROR &&
+               answered_keys.count(create_error_key(error)) > 0;
+    });
 }
 
 // ---- The tick -----------------------------------------------------------------------------------
@@ -916,12 +943,12 @@ void handle_error_dialog_button_click(GtkApplication* /*app*/, gpointer raw_info
         if (GTK_IS_WINDOW(top)) {
             close_error_box(top);
             const auto answered_keys = erase_presented_errors(top);
-            // What was waiting when the person answered is no later news.
+            // What was waiting or under way when the person answered is no later news.
             if (auto& status = global_gui_state.new_printer_status) {
-                std::erase_if(status->errors, [&answered_keys](const ZORPrinterError& error) {
-                    return error.gui_action_code == SHOW_ERROR &&
-                           answered_keys.count(create_error_key(error)) > 0;
-                });
+                drop_old_news(*status, answered_keys);
+            }
+            if (status_exchange.is_running) {
+                status_exchange.answered_keys.insert(answered_keys.begin(), answered_keys.end());
             }
         }
     }

@@ -21,7 +21,8 @@ namespace {
 // ---- Steps --------------------------------------------------------------------------------------
 
 enum class Action {
-    REPORT,               // the I/O thread hands a status over
+    ASK,                  // the I/O thread asks for a status
+    REPORT,               // it hands one over, asked for or not
     TICK,                 //
     CLICK,                // on a button of a box
     CLICK_WITHOUT_THREAD, // the same, but the system has no thread to give
@@ -57,6 +58,8 @@ std::string describe_action(const Step& step) {
     const std::string box = std::string(step.oldest ? "oldest" : "newest") + " box of " + step.key;
     const std::string button = "button " + std::to_string(step.button) + " of the " + box;
     switch (step.action) {
+    case Action::ASK:
+        return "the service is asked";
     case Action::REPORT:
         return describe_errors(step.errors);
     case Action::TICK:
@@ -110,8 +113,9 @@ private:
 
     Action choose_action() {
         static const std::pair<Action, std::size_t> weights[] = {
-            {Action::REPORT, 30},
-            {Action::TICK, 30},
+            {Action::ASK, 8},
+            {Action::REPORT, 26},
+            {Action::TICK, 26},
             {Action::CLICK, 18},
             {Action::CLICK_WITHOUT_THREAD, 2},
             {Action::DELETE_REQUEST, 5},
@@ -234,8 +238,17 @@ class Model {
 public:
     void apply(const Step& step) {
         switch (step.action) {
+        case Action::ASK:
+            m_answered_since_asked.emplace();
+            break;
         case Action::REPORT:
             m_waiting = step.errors;
+            if (m_answered_since_asked) {
+                for (const auto& key : *m_answered_since_asked) {
+                    drop_from_waiting(key);
+                }
+                m_answered_since_asked.reset();
+            }
             break;
         case Action::TICK:
             tick();
@@ -334,15 +347,22 @@ private:
             box.running[button] = true;
             m_commands.push_back(make_command_text(box.error, codes[button]));
         }
-        // What was waiting is no later news of an error that is answered now.
-        if (box.presented && m_waiting) {
-            std::erase_if(*m_waiting, [&box](const ZORPrinterError& error) {
-                return error.gui_action_code == SHOW_ERROR &&
-                       error.printer_name == box.error.printer_name &&
-                       error.printer_job_id == box.error.printer_job_id;
-            });
+        // What was waiting or under way is no later news of an error that is answered now.
+        if (box.presented) {
+            drop_from_waiting(box.key());
+            if (m_answered_since_asked) {
+                m_answered_since_asked->push_back(box.key());
+            }
         }
         close(box);
+    }
+
+    void drop_from_waiting(const std::string& key) {
+        if (m_waiting) {
+            std::erase_if(*m_waiting, [&key](const ZORPrinterError& error) {
+                return error.gui_action_code == SHOW_ERROR && create_error_key(error) == key;
+            });
+        }
     }
 
     static void close(ModelBox& box) {
@@ -352,6 +372,7 @@ private:
 
     std::vector<ModelBox> m_boxes; // oldest first
     std::optional<std::vector<ZORPrinterError>> m_waiting;
+    std::optional<std::vector<std::string>> m_answered_since_asked;
     bool m_can_open = true;
     std::vector<std::string> m_commands;
 };
@@ -380,6 +401,7 @@ public:
         run_main_loop_until_idle();
         global_gui_state.error_presentation_map.clear();
         global_gui_state.new_printer_status.reset();
+        status_exchange = StatusExchange{};
     }
 
     RealShell(const RealShell&) = delete;
@@ -463,6 +485,9 @@ private:
 
     void do_action(const Step& step) {
         switch (step.action) {
+        case Action::ASK:
+            begin_status_exchange();
+            break;
         case Action::REPORT:
             report(step.errors);
             break;

@@ -616,6 +616,7 @@ private:
         global_gui_state.simulate_error.clear();
         global_gui_state.timer_tick_call_counter = 0;
         global_gui_state.new_printer_status.reset();
+        status_exchange = StatusExchange{};
         global_gui_state.error_presentation_map.clear();
     }
 

@@ -647,6 +647,31 @@ TEST_F(AnswerTest, AStatusThatWasWaitingDoesNotOpenTheBoxAnew) {
     expect_only_the_others_are_left();
 }
 
+TEST_F(AnswerTest, AStatusThatWasUnderWayDoesNotOpenTheBoxAnew) {
+    begin_status_exchange();
+    click(box, "Retry");
+    report_and_tick({make_error("P", "1")});
+    expect_only_the_others_are_left();
+    report_and_tick({make_error("P", "1")}); // asked for later
+    EXPECT_THAT(presented_keys(), SizeIs(3));
+}
+
+TEST_F(AnswerTest, AStatusThatWasUnderWayStillWithdrawsAndTellsOfOthers) {
+    begin_status_exchange();
+    click(box, "Retry");
+    report_and_tick({make_removal("P", "2"), make_error("P", "4"), make_error("P", "1")});
+    run_main_loop_until_idle();
+    EXPECT_THAT(presented_keys(), ElementsAre("P:::3", "P:::4"));
+}
+
+TEST_F(AnswerTest, AnExchangeThatFailedTakesItsAnswersWithIt) {
+    begin_status_exchange();
+    click(box, "Retry");
+    begin_status_exchange();
+    report_and_tick({make_error("P", "1")});
+    EXPECT_THAT(presented_keys(), SizeIs(3));
+}
+
 TEST_F(AnswerTest, LaterNewsOpensTheBoxAnew) {
     click(box, "Retry");
     report_and_tick({make_error("P", "1")});
@@ -743,6 +768,16 @@ TEST_F(PrinterIoTest, HandsEachStatusOver) {
     ASSERT_NE(global_gui_state.new_printer_status, nullptr);
     ASSERT_THAT(global_gui_state.new_printer_status->errors, SizeIs(1));
     EXPECT_EQ(global_gui_state.new_printer_status->errors.front().printer_job_id, "7");
+}
+
+TEST_F(PrinterIoTest, AnswersFromBeforeTheRequestTakeNothingOut) {
+    status_exchange = StatusExchange{true, {"P:::7"}};
+    start_service();
+    service->add_reply("<PrinterStatus><PrinterName>P</PrinterName>"
+                       "<PrinterJobID>7</PrinterJobID></PrinterStatus>");
+    run_rounds(1);
+    ASSERT_NE(global_gui_state.new_printer_status, nullptr);
+    EXPECT_THAT(global_gui_state.new_printer_status->errors, SizeIs(1));
 }
 
 TEST_F(PrinterIoTest, AServiceThatIsDownHandsNothingOver) {

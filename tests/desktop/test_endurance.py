@@ -1,6 +1,6 @@
 """Thousands of errors come and go: what the program holds of the machine stays the same.
 
-The rests between its polls and ticks take a tenth here, so that the desktop sets the pace.
+The rests between its polls and ticks take a fiftieth here, so that the desktop sets the pace.
 """
 
 import json

@@ -1,13 +1,13 @@
 /* For LD_PRELOAD: long rests and receive time-outs of the program (more than a second) take a
  * hundredth of their time, so that what comes after a failure can be seen hundreds of times. With
- * ZOR_HURRY in the environment its rests between polls and ticks take a tenth. All else stays. */
+ * ZOR_HURRY in the environment its rests between polls and ticks take a fiftieth. All else stays. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
-enum { SHORTENING = 100, HURRY = 10, MICROSECONDS = 1000000 };
+enum { SHORTENING = 100, HURRY = 50, MICROSECONDS = 1000000 };
 
 void g_usleep(unsigned long microseconds);
 

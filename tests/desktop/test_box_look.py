@@ -177,6 +177,31 @@ def crop(picture, area):
         return image.crop((area.x, area.y, area.x + area.width, area.y + area.height)).tobytes()
 
 
+@pytest.mark.parametrize("screen, text_scale", [("1920x1080", 1), ("1024x768", 2)])
+def test_a_box_keeps_its_shape_when_somebody_turns_to_it(start_desktop, screen, text_scale):
+    desktop = start_desktop(screen=screen, text_scale=text_scale)
+    desktop.start_polling_program()
+    for code in (110, 111, 128, LONGEST):
+        title = f"Printer {code}"
+        desktop.service.report(title, "1", code, 3)
+        shape = parts(desktop.person.wait_for_box(title))
+        desktop.person.turn_to(desktop.person.boxes(title)[0])
+        for _ in range(3):  # over both buttons, and back to the text
+            desktop.person.press("Tab")
+            desktop.settle()
+            assert parts(desktop.person.boxes(title)[0]) == shape, title
+        desktop.service.withdraw(title)
+        desktop.person.wait_until_gone(title)
+
+
+def parts(box):
+    """Where everything stands within the box's window."""
+    area = box.window.client
+    return (area.width, area.height,
+            [(node.extents.x - area.x, node.extents.y - area.y, node.extents.width,
+              node.extents.height) for node in [box.icon, box.text_area, *box.buttons]])
+
+
 LOOKS = list(itertools.product(
     ["800x600", "1024x768", "1366x768", "1920x1080", "3840x2160"], [1, 2],
     ["Adwaita", "Adwaita:dark", "HighContrast"]))

@@ -36,6 +36,14 @@ def test_installs_exactly_the_listed_files(staged):
     assert listed == sorted(listed)
 
 
+def test_links_between_the_installed_pages_hold(staged):
+    pages = list((staged / f"usr/share/doc/{NAME}").rglob("*.md"))
+    broken = [f"{page.relative_to(staged)}: {target}" for page in pages
+              for target in re.findall(r'\]\(([^)#:]+)\)|src="([^":]+)"', page.read_text())
+              for target in filter(None, target) if not (page.parent / target).exists()]
+    assert len(pages) > 5 and broken == []
+
+
 def test_modes_let_everybody_use_and_nobody_change(staged):
     programs = {f"/usr/bin/{NAME}", f"/usr/bin/{SIMULATOR}", f"/usr/libexec/{NAME}/{NAME}"}
     wrong = []

@@ -1,14 +1,27 @@
-# What scripts/test --full adds: what takes minutes. Sourced by scripts/test.
-# shellcheck shell=bash
-
-export ASAN_OPTIONS="detect_leaks=1:allocator_may_return_null=1"
-export LSAN_OPTIONS="suppressions=$tree/tests/lsan.supp:print_suppressions=0"
-export UBSAN_OPTIONS="print_stacktrace=1"
-export TSAN_OPTIONS="suppressions=$tree/tests/tsan.supp:halt_on_error=1"
+# What scripts/test --full runs: what takes minutes. Sourced by scripts/test. Most of these tests
+# wait more than they compute, so two lines of them go on at a time.
+# shellcheck shell=bash disable=SC2154
 
 # build_checked NAME DIRECTORY OPTION...: a build as a check of its own.
 build_checked() {
     check "build: $1" build "$2" -DZOR_BUILD_TESTS=ON -DZOR_WARNINGS_AS_ERRORS=ON "${@:3}"
+}
+
+# sanitized NAME DIRECTORY EXCLUDED: all but the slow tests, and the excluded ones: those of the
+# packaging install nothing with a sanitizer, and those of the boxes' sizes only measure.
+sanitized() {
+    suite "unit tests under the $1" run_ctest "$2" 900 -E "$3"
+    suite "desktop tests under the $1" run_pytest "$2" -m "not slow"
+}
+
+long_tests() {
+    check "two thousand histories of the shell, address sanitizer" \
+        env ZOR_MODEL_HISTORIES=2000 "$tree/tests/sandbox" --display \
+        "$tree/build-asan-ubsan/tests/unit/shell_model_test"
+    suite "long desktop tests" run_pytest "$tree/build" -m slow -k "not errors_that_come_and_go"
+    suite "packages: build, install, answer a box, upgrade, purge" \
+        env ZOR_BUILD_DIR="$tree/build" /usr/bin/python3 -m pytest -q -p no:cacheprovider \
+        "$tree/tests/packaging/test_packages.py"
 }
 
 build_checked "clang" "$tree/build-clang" -DCMAKE_CXX_COMPILER=clang++
@@ -17,20 +30,19 @@ build_checked "address and undefined-behaviour sanitizers" "$tree/build-asan-ubs
 build_checked "thread sanitizer" "$tree/build-tsan" \
     -DCMAKE_BUILD_TYPE=Debug -DZOR_SANITIZE=thread
 
+export ASAN_OPTIONS="detect_leaks=1:allocator_may_return_null=1"
+export LSAN_OPTIONS="suppressions=$tree/tests/lsan.supp:print_suppressions=0"
+export UBSAN_OPTIONS="print_stacktrace=1"
+# One test looks from a signal handler at what was logged; the program itself has no handlers.
+export TSAN_OPTIONS="suppressions=$tree/tests/tsan.supp:halt_on_error=1:report_signal_unsafe=0"
+
 export ZOR_DEADLINE_SCALE=6
-suite "unit tests under address and undefined-behaviour sanitizers" \
-    run_ctest "$tree/build-asan-ubsan" 900 -E 'packaging|box_fit'
-suite "desktop tests under address and undefined-behaviour sanitizers" \
-    run_pytest "$tree/build-asan-ubsan" -m "not slow"
-suite "unit tests under the thread sanitizer" \
-    run_ctest "$tree/build-tsan" 900 -E 'packaging|box_fit|fuzz'
-suite "desktop tests under the thread sanitizer" \
-    run_pytest "$tree/build-tsan" -m "not slow"
-suite "a thousand histories of the shell" \
-    env ZOR_MODEL_HISTORIES=1000 ctest --test-dir "$tree/build-asan-ubsan" -R shell_model_test \
-    --output-on-failure --timeout 1500
-export ZOR_DEADLINE_SCALE=1
-suite "long desktop tests" run_pytest "$tree/build" -m slow
-suite "packages: build, install, answer a box, upgrade, purge" \
-    env ZOR_BUILD_DIR="$tree/build" /usr/bin/python3 -m pytest -q -p no:cacheprovider \
-    "$tree/tests/packaging/test_packages.py"
+sanitized "address and undefined-behaviour sanitizers" "$tree/build-asan-ubsan" 'packaging|box_fit' &
+sanitized "thread sanitizer" "$tree/build-tsan" 'packaging|box_fit|fuzz' &
+wait
+
+export ZOR_DEADLINE_SCALE=2 # two lines of tests on two cores
+suite "20,000 errors that come and go" \
+    run_pytest "$tree/build" -m slow -k errors_that_come_and_go &
+long_tests &
+wait

@@ -94,7 +94,7 @@ class UserManager:
         units.mkdir(parents=True, exist_ok=True)
         # As the sessions of small window managers do it.
         (units / self.SESSION).write_text("[Unit]\nBindsTo=graphical-session.target\n")
-        environment = dict(os.environ, SYSTEMD_UNIT_PATH=f"{prefix}/lib/systemd/user:")
+        environment = dict(os.environ, SYSTEMD_UNIT_PATH=f"{units}:{prefix}/lib/systemd/user:")
         self.process = subprocess.Popen(["/lib/systemd/systemd", "--user"], env=environment)
         private_socket = pathlib.Path(os.environ["XDG_RUNTIME_DIR"]) / "systemd/private"
         wait_for("the user manager", private_socket.exists)
@@ -210,6 +210,26 @@ def test_terminated_program_stays_ended(manager, service):
     answer_an_error(service)
     os.kill(wait_for("the program", manager.main_pid), signal.SIGTERM)
     wait_for("the end of the unit", lambda: manager.show("ActiveState") == "inactive")
+
+
+@needs_user_manager
+def test_user_restarts_stops_and_bars_the_program(manager, service):
+    answer_an_error(service)
+    first = manager.main_pid()
+    manager.systemctl("restart", NAME)
+    assert manager.main_pid() not in (0, first)
+    answer_an_error(service, "Back Office")
+    manager.systemctl("stop", NAME)
+    assert manager.show("ActiveState") == "inactive"
+    manager.systemctl("mask", NAME)
+    try:
+        barred = subprocess.run(["systemctl", "--user", "start", NAME], capture_output=True,
+                                text=True)
+        assert barred.returncode != 0 and "masked" in barred.stderr
+    finally:
+        manager.systemctl("unmask", NAME)
+    manager.systemctl("start", NAME)
+    answer_an_error(service, "Cash Desk")
 
 
 @needs_user_manager

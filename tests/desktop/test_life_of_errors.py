@@ -16,9 +16,13 @@ def place(words, wanted, count):
 
 
 def show_boxes(desktop, count):
-    desktop.service.say(f'repeat {count} error "Printer {{n}}" 1 110 3')
+    """One after the other: of two errors between two ticks only the later one would be seen."""
+    for printer in printers(count):
+        since = desktop.log.count()
+        desktop.service.report(printer)
+        desktop.log.wait_for(f"present_error_box begin; printer={printer} ", since=since)
     wait_until(lambda: {window.title for window in desktop.person.windows()}
-               >= set(printers(count)), f"{count} boxes", 10 + count / 2)
+               >= set(printers(count)), f"{count} boxes")
 
 
 def test_an_error_is_shown_once_while_it_is_reported_on_and_on(desktop):

@@ -14,14 +14,19 @@ sanitized() {
     suite "desktop tests under the $1" run_pytest "$2" -m "not slow"
 }
 
+come_and_go() {
+    suite "20,000 errors that come and go" \
+        run_pytest "$tree/build" -rP -m slow -k errors_that_come_and_go
+    suite "packages: build, install, answer a box, upgrade, purge" \
+        env ZOR_BUILD_DIR="$tree/build" /usr/bin/python3 -m pytest -q -p no:cacheprovider \
+        "$tree/tests/packaging/test_packages.py"
+}
+
 long_tests() {
     check "two thousand histories of the shell, address sanitizer" \
         env ZOR_MODEL_HISTORIES=2000 "$tree/tests/sandbox" --display \
         "$tree/build-asan-ubsan/tests/unit/shell_model_test"
-    suite "long desktop tests" run_pytest "$tree/build" -m slow -k "not errors_that_come_and_go"
-    suite "packages: build, install, answer a box, upgrade, purge" \
-        env ZOR_BUILD_DIR="$tree/build" /usr/bin/python3 -m pytest -q -p no:cacheprovider \
-        "$tree/tests/packaging/test_packages.py"
+    suite "long desktop tests" run_pytest "$tree/build" -rP -m slow -k "not errors_that_come_and_go"
 }
 
 build_checked "clang" "$tree/build-clang" -DCMAKE_CXX_COMPILER=clang++
@@ -42,7 +47,6 @@ sanitized "thread sanitizer" "$tree/build-tsan" 'packaging|box_fit|fuzz' &
 wait
 
 export ZOR_DEADLINE_SCALE=2 # two lines of tests on two cores
-suite "20,000 errors that come and go" \
-    run_pytest "$tree/build" -m slow -k errors_that_come_and_go &
+come_and_go &
 long_tests &
 wait

@@ -1,5 +1,5 @@
 # What scripts/test --full runs: what takes minutes. Sourced by scripts/test. Most of these tests
-# wait more than they compute, so two lines of them go on at a time.
+# wait more than they compute, so two or three of them go on at a time.
 # shellcheck shell=bash disable=SC2154
 
 # build_checked NAME DIRECTORY OPTION...: a build as a check of its own.
@@ -22,10 +22,13 @@ come_and_go() {
         "$tree/tests/packaging/test_packages.py"
 }
 
-long_tests() {
+histories() {
     check "two thousand histories of the shell, address sanitizer" \
         env ZOR_MODEL_HISTORIES=2000 "$tree/tests/sandbox" --display \
         "$tree/build-asan-ubsan/tests/unit/shell_model_test"
+}
+
+long_tests() {
     suite "long desktop tests" run_pytest "$tree/build" -rP -m slow -k "not errors_that_come_and_go"
 }
 
@@ -46,7 +49,8 @@ sanitized "address and undefined-behaviour sanitizers" "$tree/build-asan-ubsan" 
 sanitized "thread sanitizer" "$tree/build-tsan" 'packaging|box_fit|fuzz' &
 wait
 
-export ZOR_DEADLINE_SCALE=2 # two lines of tests on two cores
+export ZOR_DEADLINE_SCALE=3 # three on two cores
 come_and_go &
+histories &
 long_tests &
 wait

@@ -44,13 +44,21 @@ export UBSAN_OPTIONS="print_stacktrace=1"
 # One test looks from a signal handler at what was logged; the program itself has no handlers.
 export TSAN_OPTIONS="suppressions=$tree/tests/tsan.supp:halt_on_error=1:report_signal_unsafe=0"
 
-export ZOR_DEADLINE_SCALE=6
-sanitized "address and undefined-behaviour sanitizers" "$tree/build-asan-ubsan" 'packaging|box_fit' &
-sanitized "thread sanitizer" "$tree/build-tsan" 'packaging|box_fit|fuzz' &
-wait
+# Deadlines are long here, because three or four tests share two cores.
+address_lane() {
+    sanitized "address and undefined-behaviour sanitizers" "$tree/build-asan-ubsan" \
+        'packaging|box_fit'
+    histories
+}
+thread_lane() {
+    sanitized "thread sanitizer" "$tree/build-tsan" 'packaging|box_fit|fuzz'
+    export ZOR_DEADLINE_SCALE=3
+    long_tests &
+    come_and_go
+    wait
+}
 
-export ZOR_DEADLINE_SCALE=3 # three on two cores
-come_and_go &
-histories &
-long_tests &
+export ZOR_DEADLINE_SCALE=6
+address_lane &
+thread_lane &
 wait

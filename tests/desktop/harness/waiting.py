@@ -3,8 +3,9 @@
 import os
 import time
 
-POLL_INTERVAL = 0.005
 DEADLINE_SCALE = float(os.environ.get("ZOR_DEADLINE_SCALE", "1"))
+# Longer where the program is slow: each look takes processor time away from it.
+POLL_INTERVAL = 0.005 * DEADLINE_SCALE
 
 
 class DeadlineMissed(AssertionError):

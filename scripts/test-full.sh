@@ -1,5 +1,5 @@
 # What scripts/test --full runs: what takes minutes. Sourced by scripts/test. Most of these tests
-# wait more than they compute, so two or three of them go on at a time.
+# wait a good deal, so three lines of them go on at a time.
 # shellcheck shell=bash disable=SC2154
 
 # build_checked NAME DIRECTORY OPTION...: a build as a check of its own.
@@ -8,7 +8,8 @@ build_checked() {
 }
 
 # sanitized NAME DIRECTORY EXCLUDED: all but the slow tests, and the excluded ones: those of the
-# packaging install nothing with a sanitizer, and those of the boxes' sizes only measure.
+# packaging install nothing with a sanitizer, those of the boxes' sizes only measure, and the
+# histories come by themselves.
 sanitized() {
     suite "unit tests under the $1" run_ctest "$2" 900 -E "$3"
     suite "desktop tests under the $1" run_pytest "$2" -m "not slow"
@@ -17,22 +18,26 @@ sanitized() {
 come_and_go() {
     suite "20,000 errors that come and go" \
         run_pytest "$tree/build" -rP -m slow -k errors_that_come_and_go
+}
+
+packages() {
     suite "packages: build, install, answer a box, upgrade, purge" \
         env ZOR_BUILD_DIR="$tree/build" /usr/bin/python3 -m pytest -q -p no:cacheprovider \
         "$tree/tests/packaging/test_packages.py"
 }
 
+# A box is small: what was freed long before the last few boxes need not be remembered.
 histories() {
     check "two thousand histories of the shell, address sanitizer" \
-        env ZOR_MODEL_HISTORIES=2000 "$tree/tests/sandbox" --display \
-        "$tree/build-asan-ubsan/tests/unit/shell_model_test"
+        env ZOR_MODEL_HISTORIES=2000 ASAN_OPTIONS="$ASAN_OPTIONS:quarantine_size_mb=32" \
+        "$tree/tests/sandbox" --display "$tree/build-asan-ubsan/tests/unit/shell_model_test"
 }
 
 long_tests() {
     suite "long desktop tests" run_pytest "$tree/build" -rP -m slow -k "not errors_that_come_and_go"
 }
 
-build_checked "clang" "$tree/build-clang" -DCMAKE_CXX_COMPILER=clang++
+build_checked "clang" "$tree/build-clang" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug
 build_checked "address and undefined-behaviour sanitizers" "$tree/build-asan-ubsan" \
     -DCMAKE_BUILD_TYPE=Debug -DZOR_SANITIZE=address,undefined
 build_checked "thread sanitizer" "$tree/build-tsan" \
@@ -44,21 +49,20 @@ export UBSAN_OPTIONS="print_stacktrace=1"
 # One test looks from a signal handler at what was logged; the program itself has no handlers.
 export TSAN_OPTIONS="suppressions=$tree/tests/tsan.supp:halt_on_error=1:report_signal_unsafe=0"
 
-# Deadlines are long here, because three or four tests share two cores.
 address_lane() {
     sanitized "address and undefined-behaviour sanitizers" "$tree/build-asan-ubsan" \
-        'packaging|box_fit'
+        'packaging|box_fit|shell_model'
     histories
 }
 thread_lane() {
     sanitized "thread sanitizer" "$tree/build-tsan" 'packaging|box_fit|fuzz'
-    export ZOR_DEADLINE_SCALE=3
-    long_tests &
-    come_and_go
-    wait
+    ZOR_DEADLINE_SCALE=3 long_tests
+    packages
 }
 
+# Deadlines are long, because all this shares two processors.
 export ZOR_DEADLINE_SCALE=6
 address_lane &
 thread_lane &
+ZOR_DEADLINE_SCALE=3 come_and_go &
 wait

@@ -77,17 +77,13 @@ class Press:
                        f"the end of the box of {boxes[-1].title}")
 
     def answer(self, printer):
-        """Answers the uppermost box until the service has the answer for a printer.
+        """Answers boxes until there is none and the service has the answer for a printer.
 
-        Mostly that is the first one; but a status that was asked for between an earlier press and
-        the arrival of its command may have shown another box again.
+        Mostly that is one box; but a status that was asked for between an earlier press and the
+        arrival of its command may have shown another box again.
         """
         while not self._has_arrived(printer):
-            if boxes := self.boxes():
-                self._person.click_at(*self._place)
-                wait_until(lambda: self._has_arrived(printer) or boxes[-1].id not in
-                           [box.id for box in self.boxes()],
-                           f"the end of the box of {boxes[-1].title}")
+            self.answer_all()
 
     def _has_arrived(self, printer):
         return any(line.fields["printer"] == printer.encode()

@@ -70,10 +70,16 @@ class Press:
         return [window for window in self._person.windows() if window.client == self._client]
 
     def answer_all(self):
-        """Answers the uppermost box until there is none."""
+        """Answers the uppermost box until there is none.
+
+        A box that opens between the look and the click takes the click; so any command ends the
+        wait for the one that was seen.
+        """
         while boxes := self.boxes():
+            commands = self._count_commands()
             self._person.click_at(*self._place)
-            wait_until(lambda: all(box.id != boxes[-1].id for box in self.boxes()),
+            wait_until(lambda: self._count_commands() > commands or
+                       all(box.id != boxes[-1].id for box in self.boxes()),
                        f"the end of the box of {boxes[-1].title}")
 
     def answer(self, printer):
@@ -84,6 +90,9 @@ class Press:
         """
         while not self._has_arrived(printer):
             self.answer_all()
+
+    def _count_commands(self):
+        return len(self._service.lines("request command"))
 
     def _has_arrived(self, printer):
         return any(line.fields["printer"] == printer.encode()

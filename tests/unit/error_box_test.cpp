@@ -23,7 +23,7 @@ struct ScreenSize {
 
 std::optional<ScreenSize> pretended_screen;
 std::optional<ScreenSize> requested_box_size;
-bool connecting_throws_no_exception_class = false;
+std::atomic<bool> connecting_throws_no_exception_class = false;
 
 } // namespace
 

@@ -9,7 +9,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
-bool connecting_throws_no_exception_class = false;
+std::atomic<bool> connecting_throws_no_exception_class = false;
 
 } // namespace
 

@@ -50,10 +50,12 @@ def test_another_report_for_the_same_printer_and_job_leaves_the_box_alone(deskto
 
 def test_each_job_and_each_printer_has_a_box_of_its_own(desktop):
     desktop.start_polling_program()
+    titles = []
     for printer, job in (("A", "1"), ("A", "2"), ("B", "1")):
         desktop.service.report(printer, job)
-    wait_until(lambda: sorted(window.title for window in desktop.person.windows())
-               == ["A", "A", "B"], "three boxes")
+        titles.append(printer)
+        wait_until(lambda: sorted(window.title for window in desktop.person.windows()) == titles,
+                   f"boxes {titles}")
 
 
 def test_an_error_that_is_no_longer_mentioned_stays(desktop):

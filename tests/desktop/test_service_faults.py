@@ -129,7 +129,6 @@ def test_a_service_that_is_slow_with_an_answer_gets_each_answer_once(desktop):
     desktop.service.fault("delay 1500 on commands")
     for printer in ("A", "B"):
         desktop.service.report(printer)
-    for printer in ("A", "B"):
         desktop.person.wait_for_box(printer)
     for _ in range(2):
         box = desktop.person.boxes()[-1]

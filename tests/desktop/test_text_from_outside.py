@@ -50,9 +50,9 @@ def test_an_odd_job_id_comes_back_as_it_was(desktop, job):
 
 def test_names_that_differ_only_in_bytes_that_are_not_text_are_two_printers(desktop):
     desktop.start_polling_program()
-    desktop.service.report(b"Desk \xfe")
-    desktop.service.report(b"Desk \xff")
-    wait_until(lambda: len(desktop.person.windows()) == 2, "two boxes")
+    for count, printer in enumerate((b"Desk \xfe", b"Desk \xff"), 1):
+        desktop.service.report(printer)
+        wait_until(lambda number=count: len(desktop.person.windows()) == number, f"{count} boxes")
     desktop.service.withdraw(b"Desk \xfe")
     wait_until(lambda: len(desktop.person.windows()) == 1, "one box")
 

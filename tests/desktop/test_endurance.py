@@ -8,6 +8,7 @@ import os
 import signal
 import struct
 import sys
+import time
 
 import pytest
 
@@ -22,6 +23,7 @@ ERRORS = [300, pytest.param(int(os.environ.get("ZOR_ENDURANCE_ERRORS", "20000"))
 POLLS = [1000, pytest.param(int(os.environ.get("ZOR_ENDURANCE_POLLS", "36000")),
                             marks=[pytest.mark.slow, pytest.mark.timeout(2 * 3600)])]
 BUTTONS = 2  # of a box
+PATIENCE = 2  # seconds after which a person clicks again
 PICTURES = 256  # that cairo keeps on the X server for later use
 RESOURCES = PRELOAD / "x_resources.py"
 
@@ -73,14 +75,22 @@ class Press:
         """Answers the uppermost box until there is none.
 
         A box that opens between the look and the click takes the click; so any command ends the
-        wait for the one that was seen.
+        wait for the one that was seen. If the box that took it is withdrawn at that moment, nothing
+        happens at all, and a person clicks again.
         """
         while boxes := self.boxes():
             commands = self._count_commands()
-            self._person.click_at(*self._place)
-            wait_until(lambda: self._count_commands() > commands or
-                       all(box.id != boxes[-1].id for box in self.boxes()),
-                       f"the end of the box of {boxes[-1].title}")
+            last_click = None
+
+            def is_over(box=boxes[-1].id, commands=commands):
+                nonlocal last_click
+                if last_click is None or time.monotonic() > last_click + PATIENCE:
+                    self._person.click_at(*self._place)
+                    last_click = time.monotonic()
+                return (self._count_commands() > commands or
+                        all(other.id != box for other in self.boxes()))
+
+            wait_until(is_over, f"the end of the box of {boxes[-1].title}")
 
     def answer(self, printer):
         """Answers boxes until there is none and the service has the answer for a printer.

@@ -9,7 +9,7 @@ build_checked() {
 
 # sanitized NAME DIRECTORY EXCLUDED: all but the slow tests, and the excluded ones: those of the
 # packaging install nothing with a sanitizer, those of the boxes' sizes only measure, those of the
-# harness start no program of ours, and the histories come by themselves.
+# harness never start the program, and the histories come by themselves.
 sanitized() {
     suite "unit tests under the $1" run_ctest "$2" 900 -E "$3"
     suite "desktop tests under the $1" run_pytest "$2" -m "not slow" --ignore test_harness.py

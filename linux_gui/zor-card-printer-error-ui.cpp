@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <exception>
@@ -14,6 +13,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -28,6 +28,7 @@
 #include <gtk/gtk.h>
 
 #include "gui_logger.h"
+#include "status_delivery.h"
 #include "zor_messages.h"
 #include "zor_printer_io.h"
 
@@ -42,7 +43,7 @@ struct PrinterErrorInfo {
 };
 
 // The state of the process, reached through a GUIStateLocker. Only the GTK main thread touches the
-// map of presented errors.
+// map of presented errors, so that a box that is destroyed needs no lock to leave it.
 struct GUIState {
     // The detached threads outlive main. Whoever holds the lock when the record goes never gives it
     // back, so that they wait at it until the process has ended and never see what is gone.
@@ -59,26 +60,15 @@ struct GUIState {
     std::uint8_t timer_tick_call_counter = 0; // wraps; only equality is asked for
     std::shared_ptr<ZORPrinterStatus> new_printer_status;
     std::map<std::string, PrinterErrorInfo> error_presentation_map;
+    StatusDelivery status_delivery{new_printer_status};
 };
 
-// The errors answered since the I/O thread began its present exchange with the service. Guarded by
-// the lock of the shared state, and longer-lived, because that lock is never given back at the end.
-struct StatusExchange {
-    bool is_running = false;
-    std::set<std::string> answered_keys;
-};
-
-StatusExchange status_exchange;
 GUIState global_gui_state;
-
-// Whether this thread is inside a GUIStateLocker: GTK may destroy a window with or without one.
-thread_local bool this_thread_locks_gui_state = false;
 
 // Holds the lock of the shared state for its own life. Never two at a time in one thread.
 class GUIStateLocker {
 public:
-    GUIStateLocker() : m_lock(global_gui_state.mux) { this_thread_locks_gui_state = true; }
-    ~GUIStateLocker() { this_thread_locks_gui_state = false; }
+    GUIStateLocker() : m_lock(global_gui_state.mux) {}
     GUIStateLocker(const GUIStateLocker&) = delete;
     GUIStateLocker& operator=(const GUIStateLocker&) = delete;
 
@@ -142,15 +132,9 @@ private:
 // What a button of a box must do; owned by the button.
 struct button_click_info {
     ZORPrinterError error;
-    int action_code = 100;
+    int action_code = ZOR_PRINTER_ACTION_CODE_CANCEL_JOB;
     std::shared_ptr<bool_holder> action_in_progress = std::make_shared<bool_holder>();
 };
-
-const int ZOR_PRINTER_ACTION_CODE_CANCEL_JOB = 100;
-const int ZOR_PRINTER_ACTION_CODE_RESUME_JOB = 101;
-const int ZOR_PRINTER_ACTION_CODE_RETRY_JOB = 102;
-const int HIDE_BUTTON_FLAG = INT_MIN; // in place of a label: the button is removed
-const int OK_LABEL = 36;
 
 // Under this key a button holds its button_click_info.
 const std::string MY_BUTTON_CLICK_INFO_KEY = "my_button_click_info";
@@ -171,9 +155,8 @@ void initialize(GtkApplication* app, gpointer user_data);
 int end_without_display(Display* display);
 void printer_io_thread_proc(std::shared_ptr<std::mutex> clearing_error_queue_mutex,
                             std::shared_ptr<std::vector<ZORPrinterError>> error_clearing_queue);
-void begin_status_exchange();
+std::optional<std::shared_ptr<const ZORPrinterStatus>> begin_status_exchange();
 void set_new_printer_status(const ZORPrinterStatus& status);
-void drop_old_news(ZORPrinterStatus& status, const std::set<std::string>& answered_keys);
 void start_timer_tick();
 gboolean timer_tick(gpointer unused);
 void present_next_valgrind_box();
@@ -201,8 +184,9 @@ void setup_error_dialog_button(GtkBuilder* builder, GtkWidget* button_box,
 void delete_button_click_info(void* raw);
 void handle_error_dialog_button_click(GtkApplication* app, gpointer raw_info);
 void start_action(const button_click_info& click_info);
+void handle_failed_command();
 void close_error_box(GtkWidget* box);
-std::set<std::string> erase_presented_errors(GtkWidget* box);
+void erase_presented_errors(GtkWidget* box);
 
 } // namespace
 
@@ -384,14 +368,12 @@ void printer_io_thread_proc(
     std::shared_ptr<std::mutex> /*clearing_error_queue_mutex*/,
     std::shared_ptr<std::vector<ZORPrinterError>> /*error_clearing_queue*/) {
     GUI_LOG(NORMAL, "begin");
-    std::shared_ptr<ZORPrinterStatus> prior_status;
     for (;;) {
         bool caught_exception = true;
         try {
-            begin_status_exchange();
-            const auto status = get_updated_printer_status(prior_status.get());
-            set_new_printer_status(status);
-            prior_status = std::make_shared<ZORPrinterStatus>(status);
+            if (const auto prior_status = begin_status_exchange()) {
+                set_new_printer_status(get_updated_printer_status(prior_status->get()));
+            }
             caught_exception = false;
         } catch (const std::exception& ex) {
             GUI_LOG(NORMAL, "caught c++ exception: " << ex.what());
@@ -399,32 +381,30 @@ void printer_io_thread_proc(
             GUI_LOG(NORMAL, "caught unexpected exception");
         }
         if (caught_exception) {
-            prior_status.reset();
+            GUIStateLocker locker;
+            global_gui_state.status_delivery.exchange_failed();
         }
         const gulong rest_millis = caught_exception ? 10000 : 100;
         g_usleep(rest_millis * 1000);
     }
 }
 
-void begin_status_exchange() {
+// The status that the request quotes, null for none; no value while the service must not be asked,
+// because its last news is not taken in.
+std::optional<std::shared_ptr<const ZORPrinterStatus>> begin_status_exchange() {
     GUIStateLocker locker;
-    status_exchange = StatusExchange{true, {}};
+    if (!global_gui_state.status_delivery.may_ask()) {
+        return std::nullopt;
+    }
+    return global_gui_state.status_delivery.asked();
 }
 
+// Leaves a copy of the status for the tick, in place of one that waits there.
 void set_new_printer_status(const ZORPrinterStatus& status) {
     GUIStateLocker locker;
-    global_gui_state.new_printer_status = std::make_shared<ZORPrinterStatus>(status);
-    // What was asked for before an answer is no later news than what was waiting then.
-    drop_old_news(*global_gui_state.new_printer_status, status_exchange.answered_keys);
-    status_exchange = StatusExchange{};
-}
-
-// Takes out of a status what would show errors anew that were answered after it was asked for.
-void drop_old_news(ZORPrinterStatus& status, const std::set<std::string>& answered_keys) {
-    std::erase_if(status.errors, [&answered_keys](const ZORPrinterError& error) {
-        return error.gui_action_code == SHOW_ERROR &&
-               answered_keys.count(create_error_key(error)) > 0;
-    });
+    if (global_gui_state.status_delivery.received(status)) {
+        global_gui_state.new_printer_status = std::make_shared<ZORPrinterStatus>(status);
+    }
 }
 
 // ---- The tick -----------------------------------------------------------------------------------
@@ -523,7 +503,7 @@ void present_next_valgrind_box() {
 
 // The newest status, taken away from the shared state; the simulated one, once, in its place.
 std::shared_ptr<ZORPrinterStatus> take_status() {
-    auto status_ptr = std::exchange(global_gui_state.new_printer_status, nullptr);
+    auto status_ptr = global_gui_state.status_delivery.taken();
     if (!global_gui_state.simulate_error.empty()) {
         const auto error_spec = std::exchange(global_gui_state.simulate_error, "");
         ZORPrinterStatus fake;
@@ -645,19 +625,20 @@ void setup_buttons_for_severity(GtkBuilder* builder, const ZORPrinterError& erro
     const int RES = ZOR_PRINTER_ACTION_CODE_RESUME_JOB;
     const int RET = ZOR_PRINTER_ACTION_CODE_RETRY_JOB;
     const int no_action = ZOR_PRINTER_ACTION_CODE_CANCEL_JOB;
+    const int ok_label = 36; // an id without a name of its own
     auto* button_box = get_widget(builder, "buttonbox1");
     switch (severity) {
     case 1:
     case 2:
         setup_error_dialog_buttons(builder, button_box, error, HIDE_BUTTON_FLAG, no_action,
-                                   OK_LABEL, no_action);
+                                   ok_label, no_action);
         break;
     case 3:
         setup_error_dialog_buttons(builder, button_box, error, IDS_RETRY, RET, IDS_CANCEL, CCL);
         break;
     case 4:
     case 5:
-        setup_error_dialog_buttons(builder, button_box, error, OK_LABEL, RES, IDS_CANCEL, CCL);
+        setup_error_dialog_buttons(builder, button_box, error, ok_label, RES, IDS_CANCEL, CCL);
         break;
     default:
         setup_error_dialog_buttons(builder, button_box, error, HIDE_BUTTON_FLAG, no_action,
@@ -844,14 +825,10 @@ gboolean handle_error_box_delete_event(GtkWidget* box, GdkEvent* /*event*/, gpoi
     return g_object_get_data(G_OBJECT(box), CLOSING_KEY) == nullptr;
 }
 
-// The handler of "destroy": whatever ends a box, no pointer to it stays behind.
+// The handler of "destroy": whatever ends a box, no pointer to it stays behind. Takes no lock: GTK
+// may destroy a box with or without it.
 void handle_error_box_destroy(GtkWidget* box, gpointer /*unused*/) {
-    if (this_thread_locks_gui_state) {
-        erase_presented_errors(box);
-    } else {
-        GUIStateLocker locker;
-        erase_presented_errors(box);
-    }
+    erase_presented_errors(box);
 }
 
 void guard_error_box(GtkWidget* box) {
@@ -905,9 +882,10 @@ void setup_error_dialog_button(GtkBuilder* builder, GtkWidget* button_box,
     spec->action_code = command_code;
     g_object_set_data_full(G_OBJECT(button), MY_BUTTON_CLICK_INFO_KEY.c_str(), spec,
                            delete_button_click_info);
-    if (button != nullptr) {
-        spec = nullptr; // the button owns it now
+    if (button == nullptr) {
+        delete spec; // the Builder file lacks the button, so nobody else would ever free it
     }
+    spec = nullptr; // the button owns it now
     GUI_LOG(NORMAL, "attached " << MY_BUTTON_CLICK_INFO_KEY << "=" << spec);
     g_signal_connect_data(button, "clicked", G_CALLBACK(handle_error_dialog_button_click), button,
                           nullptr, static_cast<GConnectFlags>(0));
@@ -941,15 +919,9 @@ void handle_error_dialog_button_click(GtkApplication* /*app*/, gpointer raw_info
         std::unique_lock<std::mutex> locker(global_gui_state.mux);
         auto* top = gtk_widget_get_toplevel(GTK_WIDGET(button));
         if (GTK_IS_WINDOW(top)) {
+            global_gui_state.status_delivery.answered(click_info->error);
             close_error_box(top);
-            const auto answered_keys = erase_presented_errors(top);
-            // What was waiting or under way when the person answered is no later news.
-            if (auto& status = global_gui_state.new_printer_status) {
-                drop_old_news(*status, answered_keys);
-            }
-            if (status_exchange.is_running) {
-                status_exchange.answered_keys.insert(answered_keys.begin(), answered_keys.end());
-            }
+            erase_presented_errors(top);
         }
     }
     GUI_LOG(NORMAL, "end");
@@ -972,8 +944,10 @@ void start_action(const button_click_info& click_info) {
                                         action_code);
         } catch (const std::exception& ex) {
             GUI_LOG(NORMAL, "printer job exception: " << ex.what());
+            handle_failed_command();
         } catch (...) {
             GUI_LOG(NORMAL, "unexpected printer job exception");
+            handle_failed_command();
         }
         std::unique_lock<std::mutex> flag_locker(action_in_progress_flag->mux);
         action_in_progress_flag->value = false;
@@ -982,10 +956,18 @@ void start_action(const button_click_info& click_info) {
     try {
         std::thread(std::move(worker)).detach();
     } catch (const std::system_error& ex) {
-        // Nothing was sent, so the service goes on reporting the error, and a new box comes.
         action_in_progress_flag->value = false;
+        locker.unlock(); // never one of these locks inside the other
         GUI_LOG(NORMAL, "failed to start action " << action_code << ": " << ex.what());
+        handle_failed_command();
     }
+}
+
+// The box is gone and the answer is lost: the service is asked what is open, so that the box comes
+// back if its error is.
+void handle_failed_command() {
+    GUIStateLocker locker;
+    global_gui_state.status_delivery.command_failed();
 }
 
 gboolean destroy_error_box(gpointer box) {
@@ -1008,19 +990,11 @@ void close_error_box(GtkWidget* box) {
     g_idle_add_full(G_PRIORITY_DEFAULT, destroy_error_box, g_object_ref(box), g_object_unref);
 }
 
-// Erases all entries that point to the box and returns their keys. The caller holds the lock.
-std::set<std::string> erase_presented_errors(GtkWidget* box) {
-    std::set<std::string> erased_keys;
-    auto& presented = global_gui_state.error_presentation_map;
-    for (auto entry = presented.begin(); entry != presented.end();) {
-        if (entry->second.presentation_message_box == box) {
-            erased_keys.insert(entry->first);
-            entry = presented.erase(entry);
-        } else {
-            ++entry;
-        }
-    }
-    return erased_keys;
+// Erases all entries that point to the box.
+void erase_presented_errors(GtkWidget* box) {
+    std::erase_if(global_gui_state.error_presentation_map, [box](const auto& entry) {
+        return entry.second.presentation_message_box == box;
+    });
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // The catalogue of user-visible texts, and which of them explain a printer error code.
 #pragma once
 
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,9 @@ constexpr int IDS_MSG191_NOT_SUPPORTED = IDS_PYTHON_ORIGINATED_BASE + 47;
 constexpr int IDS_INSERT_CLEANING_CARD_IN_H2 = IDS_PYTHON_ORIGINATED_BASE + 48;
 constexpr int IDS_INSERT_CLEANING_CARD_IN_H2_BODY_TEXT = IDS_PYTHON_ORIGINATED_BASE + 49;
 constexpr int IDS_PRINTER_ERROR_DIALOG_TITLE = IDS_PYTHON_ORIGINATED_BASE + 50;
+
+// In place of the message id of a button's label: the button is removed.
+const int HIDE_BUTTON_FLAG = INT_MIN;
 
 // The text for a message id, translated by gettext with the default text domain; for an id that the
 // catalogue does not hold, "UNEXPECTED_TEXT_KEY:" (translated too) and the id. Never fails, keeps

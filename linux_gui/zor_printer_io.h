@@ -59,8 +59,12 @@ ZORPrinterStatus parse_printer_status(const std::string& raw_text);
 // The text with the five characters " ' < > & written as XML entities, every other byte as it is.
 std::string xml_escape(const std::string& text);
 
-// Sends a PrinterAction document: action code `command` (100 cancel, 101 resume, 102 retry) for
-// the job behind the error. Returns when the service has answered, whatever it answered. Throws
+// What a job command asks the service to do with the job behind an error.
+const int ZOR_PRINTER_ACTION_CODE_CANCEL_JOB = 100;
+const int ZOR_PRINTER_ACTION_CODE_RESUME_JOB = 101;
+const int ZOR_PRINTER_ACTION_CODE_RETRY_JOB = 102;
+
+// Sends a PrinterAction document: action code `command`, as above, for the job behind the error. Returns when the service has answered, whatever it answered. Throws
 // like execute_printer_op. Several threads may call it at once.
 void execute_printer_job_command(const std::string& printer_name, const std::string& printer_job_id,
                                  const std::string& error_code, int command);

@@ -28,7 +28,7 @@ enum class Action {
     CLICK_WITHOUT_THREAD, // the same, but the system has no thread to give
     DELETE_REQUEST,       // the window manager wants a box gone
     DESTROY,              // a box is destroyed from outside
-    DESTROY_UNDER_LOCK,   // and by a thread that holds the shell's lock
+    DESTROY_UNDER_LOCK,   // and while the shell's lock is held
     LOSE_BUILDER_FILE,    //
     FIND_BUILDER_FILE,    //
     SERVICE_ANSWERS,      // all commands that run come to their end
@@ -239,16 +239,15 @@ public:
     void apply(const Step& step) {
         switch (step.action) {
         case Action::ASK:
-            m_answered_since_asked.emplace();
+            if (!m_waiting || m_waiting->empty()) {
+                m_answered_since_asked.emplace();
+            }
             break;
         case Action::REPORT:
-            m_waiting = step.errors;
-            if (m_answered_since_asked) {
-                for (const auto& key : *m_answered_since_asked) {
-                    drop_from_waiting(key);
-                }
-                m_answered_since_asked.reset();
+            if (!is_put_aside(step.errors)) {
+                m_waiting = step.errors;
             }
+            m_answered_since_asked.reset();
             break;
         case Action::TICK:
             tick();
@@ -348,21 +347,26 @@ private:
             m_commands.push_back(make_command_text(box.error, codes[button]));
         }
         // What was waiting or under way is no later news of an error that is answered now.
-        if (box.presented) {
-            drop_from_waiting(box.key());
-            if (m_answered_since_asked) {
-                m_answered_since_asked->push_back(box.key());
-            }
+        if (m_waiting) {
+            std::erase_if(*m_waiting, [&box](const ZORPrinterError& error) {
+                return is_same_error(error, box.error);
+            });
+        }
+        if (m_answered_since_asked) {
+            m_answered_since_asked->push_back(box.error);
         }
         close(box);
     }
 
-    void drop_from_waiting(const std::string& key) {
-        if (m_waiting) {
-            std::erase_if(*m_waiting, [&key](const ZORPrinterError& error) {
-                return error.gui_action_code == SHOW_ERROR && create_error_key(error) == key;
-            });
-        }
+    bool is_put_aside(const std::vector<ZORPrinterError>& errors) const {
+        return m_answered_since_asked &&
+               std::any_of(errors.begin(), errors.end(), [this](const ZORPrinterError& error) {
+                   return std::any_of(m_answered_since_asked->begin(),
+                                      m_answered_since_asked->end(),
+                                      [&error](const ZORPrinterError& answered) {
+                                          return is_same_error(error, answered);
+                                      });
+               });
     }
 
     static void close(ModelBox& box) {
@@ -372,7 +376,7 @@ private:
 
     std::vector<ModelBox> m_boxes; // oldest first
     std::optional<std::vector<ZORPrinterError>> m_waiting;
-    std::optional<std::vector<std::string>> m_answered_since_asked;
+    std::optional<std::vector<ZORPrinterError>> m_answered_since_asked;
     bool m_can_open = true;
     std::vector<std::string> m_commands;
 };
@@ -401,7 +405,7 @@ public:
         run_main_loop_until_idle();
         global_gui_state.error_presentation_map.clear();
         global_gui_state.new_printer_status.reset();
-        status_exchange = StatusExchange{};
+        forget_deliveries();
     }
 
     RealShell(const RealShell&) = delete;

@@ -555,6 +555,12 @@ inline void report_and_tick(const std::vector<ZORPrinterError>& errors) {
     EXPECT_EQ(timer_tick(nullptr), FALSE);
 }
 
+// As before the first request. The caller holds the lock.
+inline void forget_deliveries() {
+    global_gui_state.status_delivery.asked();
+    global_gui_state.status_delivery.exchange_failed();
+}
+
 inline std::vector<std::string> presented_keys() {
     std::vector<std::string> keys;
     for (const auto& [key, info] : global_gui_state.error_presentation_map) {
@@ -616,7 +622,7 @@ private:
         global_gui_state.simulate_error.clear();
         global_gui_state.timer_tick_call_counter = 0;
         global_gui_state.new_printer_status.reset();
-        status_exchange = StatusExchange{};
+        forget_deliveries();
         global_gui_state.error_presentation_map.clear();
     }
 

@@ -659,14 +659,53 @@ TEST_F(AnswerTest, AStatusThatWasUnderWayDoesNotOpenTheBoxAnew) {
 TEST_F(AnswerTest, AStatusThatWasUnderWayStillWithdrawsAndTellsOfOthers) {
     begin_status_exchange();
     click(box, "Retry");
-    report_and_tick({make_removal("P", "2"), make_error("P", "4"), make_error("P", "1")});
+    auto other_code = make_error("P", "1");
+    other_code.error_code = "115";
+    report_and_tick({make_removal("P", "2"), make_error("P", "4"), other_code});
     run_main_loop_until_idle();
-    EXPECT_THAT(presented_keys(), ElementsAre("P:::3", "P:::4"));
+    EXPECT_THAT(presented_keys(), ElementsAre("P:::1", "P:::3", "P:::4"));
+    EXPECT_EQ(global_gui_state.error_presentation_map.at("P:::1").error.error_code, "115");
+}
+
+TEST_F(AnswerTest, AStatusThatWasUnderWayIsNotQuotedWhenItIsPutAside) {
+    ZORPrinterStatus status;
+    status.raw_status_text = "seen";
+    begin_status_exchange();
+    set_new_printer_status(status);
+    begin_status_exchange();
+    click(box, "Retry");
+    status.raw_status_text = "put aside";
+    status.errors = {make_error("P", "1")};
+    set_new_printer_status(status);
+    EXPECT_EQ(global_gui_state.new_printer_status->raw_status_text, "seen");
+    EXPECT_EQ(begin_status_exchange().value()->raw_status_text, "seen");
+}
+
+TEST_F(AnswerTest, AFailedCommandMakesTheNextRequestQuoteNothing) {
+    begin_status_exchange();
+    report({});
+    service.reset(); // so that nobody takes the command
+    click(box, "Retry");
+    ASSERT_TRUE(wait_until([] { return logged_by("operator()").size() == 3; }));
+    EXPECT_THAT(logged_by("operator()"),
+                ElementsAre("starting action 102",
+                            "printer job exception: Failed to connect socket.", "finished action"));
+    EXPECT_EQ(begin_status_exchange().value(), nullptr);
+}
+
+TEST_F(AnswerTest, ACommandThatArrivedChangesNothingInTheNextRequest) {
+    begin_status_exchange();
+    report({});
+    click(box, "Retry");
+    service->wait_for_requests(1);
+    ASSERT_TRUE(wait_until([] { return logged_by("operator()").size() == 2; }));
+    EXPECT_NE(begin_status_exchange().value(), nullptr);
 }
 
 TEST_F(AnswerTest, AnExchangeThatFailedTakesItsAnswersWithIt) {
     begin_status_exchange();
     click(box, "Retry");
+    global_gui_state.status_delivery.exchange_failed();
     begin_status_exchange();
     report_and_tick({make_error("P", "1")});
     EXPECT_THAT(presented_keys(), SizeIs(3));
@@ -751,7 +790,8 @@ TEST_F(PrinterIoTest, AsksWithThePriorReplyWhileTheServiceAnswers) {
     start_service();
     service->add_reply("<PrinterStatus><PrinterName>P</PrinterName></PrinterStatus>");
     service->add_reply("not a document");
-    EXPECT_THAT(run_rounds(3), ElementsAre(AFTER_SUCCESS, AFTER_SUCCESS, AFTER_SUCCESS));
+    EXPECT_THAT(run_rounds(3, [](std::size_t) { global_gui_state.status_delivery.taken(); }),
+                ElementsAre(AFTER_SUCCESS, AFTER_SUCCESS, AFTER_SUCCESS));
     EXPECT_THAT(service->requests(),
                 ElementsAre("{{get-published-info}}",
                             "{{get-published-info}}"
@@ -771,13 +811,45 @@ TEST_F(PrinterIoTest, HandsEachStatusOver) {
 }
 
 TEST_F(PrinterIoTest, AnswersFromBeforeTheRequestTakeNothingOut) {
-    status_exchange = StatusExchange{true, {"P:::7"}};
+    ZORPrinterError answered;
+    answered.gui_action_code = SHOW_ERROR;
+    answered.printer_name = "P";
+    answered.printer_job_id = "7";
+    global_gui_state.status_delivery.asked();
+    global_gui_state.status_delivery.answered(answered);
     start_service();
     service->add_reply("<PrinterStatus><PrinterName>P</PrinterName>"
                        "<PrinterJobID>7</PrinterJobID></PrinterStatus>");
     run_rounds(1);
     ASSERT_NE(global_gui_state.new_printer_status, nullptr);
     EXPECT_THAT(global_gui_state.new_printer_status->errors, SizeIs(1));
+}
+
+TEST_F(PrinterIoTest, AsksForNoMoreWhileNewsOfAnErrorWaitsForTheTick) {
+    start_service();
+    service->add_reply("<PrinterStatus><PrinterName>P</PrinterName></PrinterStatus>");
+    std::vector<std::size_t> requests;
+    const auto rests = run_rounds(4, [this, &requests](std::size_t round) {
+        requests.push_back(service->count_requests());
+        if (round == 3) {
+            EXPECT_THAT(global_gui_state.status_delivery.taken()->errors, SizeIs(1));
+        }
+    });
+    EXPECT_THAT(requests, ElementsAre(1, 1, 1, 2));
+    EXPECT_THAT(rests, ElementsAre(AFTER_SUCCESS, AFTER_SUCCESS, AFTER_SUCCESS, AFTER_SUCCESS));
+}
+
+TEST_F(PrinterIoTest, AFailedCommandCostsNoPause) {
+    start_service();
+    service->add_reply("<A/>");
+    const auto rests = run_rounds(3, [](std::size_t round) {
+        if (round == 1) {
+            handle_failed_command();
+        }
+    });
+    EXPECT_THAT(rests, ElementsAre(AFTER_SUCCESS, AFTER_SUCCESS, AFTER_SUCCESS));
+    EXPECT_THAT(service->requests(), ElementsAre("{{get-published-info}}", "{{get-published-info}}",
+                                                 "{{get-published-info}}"));
 }
 
 TEST_F(PrinterIoTest, AServiceThatIsDownHandsNothingOver) {

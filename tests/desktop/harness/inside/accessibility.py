@@ -44,7 +44,7 @@ class Accessibility:
             children = [self._tree(child) for child in self._children(node)]
             states = node.get_state_set()
             tree = {
-                "role": node.get_role_name(),
+                "role": self._role(node),
                 "name": node.get_name() or "",
                 "description": node.get_description() or "",
                 "states": [name.lower() for name in STATES
@@ -58,6 +58,12 @@ class Accessibility:
         except GLib.Error:
             return None
 
+    def _role(self, node):
+        # By number, because its name has changed: "push button" became "button".
+        if node.get_role() == Atspi.Role.PUSH_BUTTON:
+            return "push button"
+        return node.get_role_name()
+
     def _extents(self, node):
         component = node.get_component_iface()
         if component is None:
@@ -69,9 +75,10 @@ class Accessibility:
         text = node.get_text_iface()
         if text is not None:
             count = text.get_character_count()
-            tree["text"] = text.get_text(0, count)
+            # By the interface's name: the node has other methods of these names, which hide them.
+            tree["text"] = Atspi.Text.get_text(text, 0, count)
             if text.get_n_selections():
-                selected = text.get_selection(0)
+                selected = Atspi.Text.get_selection(text, 0)
                 tree["selection"] = [selected.start_offset, selected.end_offset]
             last = text.get_character_extents(max(count - 1, 0), Atspi.CoordType.SCREEN)
             tree["last_character"] = [last.x, last.y, last.width, last.height]

@@ -3,7 +3,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <sstream>
+#include <utility>
 
 #include <tinyxml2.h>
 
@@ -99,12 +101,18 @@ std::string execute_printer_op(const std::string& command) {
     if (reply_length == 0) {
         return {};
     }
+    // The length has 64 bits on every machine; one of 32 bits would cut it and take a part of the
+    // reply for the whole.
+    if (!std::in_range<std::size_t>(reply_length)) {
+        throw std::bad_alloc();
+    }
+    const auto reply_size = static_cast<std::size_t>(reply_length);
     // Not filled beforehand: a length that lies must cost address space, not memory.
-    const auto reply_bytes = std::make_unique_for_overwrite<char[]>(reply_length);
+    const auto reply_bytes = std::make_unique_for_overwrite<char[]>(reply_size);
     GUI_LOG(VERBOSE, "reading reply bytes");
-    soc->receive_all(reply_bytes.get(), reply_length);
+    soc->receive_all(reply_bytes.get(), reply_size);
     GUI_LOG(VERBOSE, "read reply bytes");
-    std::string reply_text(reply_bytes.get(), reply_length);
+    std::string reply_text(reply_bytes.get(), reply_size);
     GUI_LOG(VERBOSE, "end; reply_text=" << reply_text);
     return reply_text;
 }
@@ -191,6 +199,6 @@ void execute_printer_job_command(const std::string& printer_name, const std::str
     command_builder << "    <ErrorCode>" << xml_escape(error_code) << "</ErrorCode>" << my_endl;
     command_builder << "</PrinterAction>" << my_endl;
     const auto command_text = command_builder.str();
-    const auto reply = execute_printer_op(command_text);
+    execute_printer_op(command_text);
     GUI_LOG(NORMAL, "end");
 }

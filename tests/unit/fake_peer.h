@@ -49,6 +49,8 @@ constexpr bool HAS_SANITIZER_ALLOCATOR = false;
 constexpr bool HAS_SANITIZER_ALLOCATOR = false;
 #endif
 
+constexpr bool HAS_32_BITS = sizeof(std::size_t) == 4;
+
 constexpr int SERVICE_PORT = 1753;
 
 // The program leaves this to GTK, which is not there in these tests.
@@ -106,18 +108,27 @@ inline std::vector<std::string> joined(const std::vector<std::vector<std::string
     return all;
 }
 
+// Where 32 bits held the time and now 64 do, setsockopt goes by another name in the object files.
+#if defined(__TIMESIZE) && __TIMESIZE == 32 && defined(__USE_TIME_BITS64)
+#define ZOR_SETSOCKOPT "__setsockopt64"
+#else
+#define ZOR_SETSOCKOPT "setsockopt"
+#endif
+
 extern "C" {
 int __real_inet_pton(int family, const char* text, void* address);
 int __real_socket(int family, int type, int protocol);
 int __real_connect(int handle, const sockaddr* address, socklen_t size);
-int __real_setsockopt(int handle, int level, int option, const void* value, socklen_t size);
+int __real_setsockopt(int handle, int level, int option, const void* value,
+                      socklen_t size) __asm__("__real_" ZOR_SETSOCKOPT);
 ssize_t __real_send(int handle, const void* data, std::size_t size, int flags);
 ssize_t __real_recv(int handle, void* data, std::size_t size, int flags);
 int __real_close(int handle);
 int __wrap_inet_pton(int family, const char* text, void* address);
 int __wrap_socket(int family, int type, int protocol);
 int __wrap_connect(int handle, const sockaddr* address, socklen_t size);
-int __wrap_setsockopt(int handle, int level, int option, const void* value, socklen_t size);
+int __wrap_setsockopt(int handle, int level, int option, const void* value,
+                      socklen_t size) __asm__("__wrap_" ZOR_SETSOCKOPT);
 ssize_t __wrap_send(int handle, const void* data, std::size_t size, int flags);
 ssize_t __wrap_recv(int handle, void* data, std::size_t size, int flags);
 int __wrap_close(int handle);
@@ -326,7 +337,9 @@ class PeerConnection {
 public:
     explicit PeerConnection(int handle) : m_handle(handle) {
         const auto deadline = scaled(std::chrono::seconds(10));
-        const timeval time{std::chrono::duration_cast<std::chrono::seconds>(deadline).count(), 0};
+        timeval time{};
+        time.tv_sec = static_cast<decltype(time.tv_sec)>(
+            std::chrono::duration_cast<std::chrono::seconds>(deadline).count());
         const int on = 1;
         __real_setsockopt(m_handle, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
         __real_setsockopt(m_handle, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -369,10 +382,10 @@ public:
         for (std::size_t i = 8; i-- > 0;) {
             length = length << 8 | static_cast<unsigned char>(bytes[i]);
         }
-        if (length > 1ULL << 32) {
+        if (length > 1ULL << 30) {
             throw std::runtime_error("the client announced " + std::to_string(length) + " bytes");
         }
-        return bytes + receive(length);
+        return bytes + receive(static_cast<std::size_t>(length));
     }
 
     // All that comes until the client closes.

@@ -4,7 +4,6 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <exception>
@@ -18,7 +17,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -30,6 +28,7 @@
 #include "gui_logger.h"
 #include "press_watch.h"
 #include "status_delivery.h"
+#include "text_fit.h"
 #include "zor_messages.h"
 #include "zor_printer_io.h"
 
@@ -170,7 +169,6 @@ std::string locate_gui_data_dir(const std::string& program_path);
 void setup_buttons_for_severity(GtkBuilder* builder, const ZORPrinterError& error, int severity);
 std::string find_display_text(int error_code);
 void show_display_text(GtkBuilder* builder, const std::string& display_text);
-void fit_text_area(GtkWidget* window, GtkWidget* text_view, const std::string& display_text);
 GdkPixbuf* get_icon(const std::string& file_name);
 void describe_icon(GtkWidget* icon_image, const std::string& display_text);
 void guard_error_box(GtkWidget* box);
@@ -680,101 +678,6 @@ void show_display_text(GtkBuilder* builder, const std::string& display_text) {
     gtk_text_buffer_apply_tag(buffer, bold, &title_start, &title_end);
     gtk_text_buffer_get_start_iter(buffer, &title_start);
     gtk_text_buffer_place_cursor(buffer, &title_start);
-}
-
-// The height in pixels that the text takes in the text view when its lines are this wide.
-int measure_text_height(GtkWidget* text_view, std::string_view text, int line_width) {
-    GtkReleaser layout_releaser;
-    auto* layout = layout_releaser.set(gtk_widget_create_pango_layout(text_view, nullptr));
-    pango_layout_set_width(layout, line_width * PANGO_SCALE);
-    pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
-    auto* bold = pango_attr_list_new();
-    CleanupHelper bold_cleanup([bold] { pango_attr_list_unref(bold); });
-    pango_attr_list_insert(bold, pango_attr_weight_new(PANGO_WEIGHT_BOLD));
-    pango_layout_set_attributes(layout, bold);
-    int total_height = 0;
-    // A text view lays out and rounds each paragraph by itself.
-    for (;;) {
-        const auto line_end = text.find('\n');
-        const auto line = text.substr(0, line_end);
-        pango_layout_set_text(layout, line.data(), static_cast<int>(line.size()));
-        int height = 0;
-        pango_layout_get_pixel_size(layout, nullptr, &height);
-        total_height += height;
-        if (line_end == std::string_view::npos) {
-            return total_height;
-        }
-        text.remove_prefix(line_end + 1);
-        pango_layout_set_attributes(layout, nullptr); // only the title is bold
-    }
-}
-
-// The pixels to the left and right of a text view's text (or above and below it) within the
-// scrolled window around it.
-GtkBorder get_text_margins(GtkWidget* text_view, GtkWidget* scrolled_window) {
-    auto* view = GTK_TEXT_VIEW(text_view);
-    GtkBorder sum{static_cast<gint16>(gtk_text_view_get_left_margin(view)),
-                  static_cast<gint16>(gtk_text_view_get_right_margin(view)),
-                  static_cast<gint16>(gtk_text_view_get_top_margin(view)),
-                  static_cast<gint16>(gtk_text_view_get_bottom_margin(view))};
-    for (auto* widget : {text_view, scrolled_window}) {
-        auto* style = gtk_widget_get_style_context(widget);
-        const auto state = gtk_style_context_get_state(style);
-        GtkBorder padding;
-        GtkBorder border;
-        gtk_style_context_get_padding(style, state, &padding);
-        gtk_style_context_get_border(style, state, &border);
-        sum.left = static_cast<gint16>(sum.left + padding.left + border.left);
-        sum.right = static_cast<gint16>(sum.right + padding.right + border.right);
-        sum.top = static_cast<gint16>(sum.top + padding.top + border.top);
-        sum.bottom = static_cast<gint16>(sum.bottom + padding.bottom + border.bottom);
-    }
-    return sum;
-}
-
-// The height of a text area whose text with its margins takes text_height: up to 60 % of the
-// screen's height. What is higher scrolls, and ends in the middle of a line, because a whole last
-// line in sight would look like the end of the text.
-int choose_text_area_height(GtkWidget* text_view, int text_height, const GtkBorder& margins) {
-    const int limit = gdk_screen_height() * 6 / 10;
-    if (text_height <= limit) {
-        return text_height;
-    }
-    const int line_height = measure_text_height(text_view, "", gdk_screen_width());
-    const int whole_lines = (2 * (limit - margins.top) / line_height - 1) / 2;
-    return margins.top + whole_lines * line_height + line_height / 2;
-}
-
-// Makes room for the text. A resized window looks only at the least sizes of what it holds, so the
-// room is set as such.
-void fit_text_area(GtkWidget* window, GtkWidget* text_view, const std::string& display_text) {
-    auto* scrolled_window = text_view != nullptr
-                                ? gtk_widget_get_ancestor(text_view, GTK_TYPE_SCROLLED_WINDOW)
-                                : nullptr;
-    if (window == nullptr || scrolled_window == nullptr) {
-        return;
-    }
-    constexpr int readable_line_length = 55; // in characters
-    auto* context = gtk_widget_get_pango_context(text_view);
-    auto* metrics = pango_context_get_metrics(context, nullptr, nullptr);
-    const int character_width =
-        PANGO_PIXELS_CEIL(pango_font_metrics_get_approximate_char_width(metrics));
-    pango_font_metrics_unref(metrics);
-    const int content_width =
-        std::min(readable_line_length * character_width, gdk_screen_width() * 7 / 10);
-    gtk_widget_set_size_request(scrolled_window, content_width, -1);
-
-    int least_window_width = 0;
-    gtk_widget_get_preferred_width(window, &least_window_width, nullptr);
-    const int spare_width = std::max(0, gdk_screen_width() / 3 - least_window_width);
-    const auto margins = get_text_margins(text_view, scrolled_window);
-    const int room_for_cursor = 1; // a text view keeps it free at the end of its lines
-    const int line_width =
-        content_width + spare_width - margins.left - margins.right - room_for_cursor;
-    const int text_height =
-        measure_text_height(text_view, display_text, line_width) + margins.top + margins.bottom;
-    gtk_widget_set_size_request(scrolled_window, content_width,
-                                choose_text_area_height(text_view, text_height, margins));
 }
 
 // The image, scaled so that its dominant side takes 5 % of the same side of the screen; a new

@@ -64,7 +64,8 @@ const int ZOR_PRINTER_ACTION_CODE_CANCEL_JOB = 100;
 const int ZOR_PRINTER_ACTION_CODE_RESUME_JOB = 101;
 const int ZOR_PRINTER_ACTION_CODE_RETRY_JOB = 102;
 
-// Sends a PrinterAction document: action code `command`, as above, for the job behind the error. Returns when the service has answered, whatever it answered. Throws
-// like execute_printer_op. Several threads may call it at once.
+// Sends a PrinterAction document: action code `command`, as above, for the job behind the error.
+// Returns when the service has answered, whatever it answered. Throws like execute_printer_op.
+// Several threads may call it at once.
 void execute_printer_job_command(const std::string& printer_name, const std::string& printer_job_id,
                                  const std::string& error_code, int command);

@@ -24,6 +24,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -135,6 +136,12 @@ public:
         const std::lock_guard<std::mutex> locker(m_mux);
         ++m_tickets;
         m_changed.notify_all();
+    }
+
+    // Counted from the beginning.
+    int count_arrivals() {
+        const std::lock_guard<std::mutex> locker(m_mux);
+        return m_arrivals;
     }
 
     // False when fewer threads than that arrived in time, counted from the beginning.
@@ -355,6 +362,16 @@ public:
     RecordingService(const RecordingService&) = delete;
     RecordingService& operator=(const RecordingService&) = delete;
 
+    // From now on each request waits for a reply of its own, or for the end of its connection.
+    void let_requests_wait() { m_requests_wait = true; }
+
+    // The number of a request is its place among all, from 0.
+    void reply_to_request(std::size_t number, const std::string& reply) {
+        decide(number, Decision{true, reply});
+    }
+
+    void hang_up_on_request(std::size_t number) { decide(number, Decision{false, ""}); }
+
     // From now on replies wait, until release.
     void hold() { m_held = true; }
 
@@ -389,7 +406,21 @@ private:
         int handle = -1;
         std::string received;
         bool waits_for_reply = false;
+        std::size_t request = 0; // its number
     };
+
+    struct Decision {
+        bool is_reply = false;
+        std::string reply;
+    };
+
+    void decide(std::size_t number, const Decision& decision) {
+        {
+            const std::lock_guard<std::mutex> locker(m_mux);
+            m_decisions[number] = decision;
+        }
+        wake();
+    }
 
     void wake() { [[maybe_unused]] const auto written = write(m_wake[1], "w", 1); }
 
@@ -439,8 +470,9 @@ private:
         }
         if (connection.received.size() == 8 + length) {
             const std::lock_guard<std::mutex> locker(m_mux);
-            m_requests.push_back(connection.received.substr(8));
+            connection.request = m_requests.size();
             connection.waits_for_reply = true;
+            m_requests.push_back(connection.received.substr(8));
         }
     }
 
@@ -449,32 +481,51 @@ private:
             if (!connection.waits_for_reply || m_held) {
                 continue;
             }
-            const auto reply = next_reply();
-            std::string frame;
-            for (unsigned shift = 0; shift < 64; shift += 8) {
-                frame += static_cast<char>(reply.size() >> shift & 0xFF);
+            const auto decision = take_decision(connection.request);
+            if (!decision) {
+                continue;
             }
-            frame += reply;
-            send(connection.handle, frame.data(), frame.size(), MSG_NOSIGNAL);
             connection.waits_for_reply = false;
+            if (decision->is_reply) {
+                send_reply(connection.handle, decision->reply);
+            } else {
+                close(std::exchange(connection.handle, -1));
+            }
         }
     }
 
-    std::string next_reply() {
-        const std::lock_guard<std::mutex> locker(m_mux);
-        if (m_replies.empty()) {
-            return {};
+    static void send_reply(int handle, const std::string& reply) {
+        std::string frame;
+        for (unsigned shift = 0; shift < 64; shift += 8) {
+            frame += static_cast<char>(reply.size() >> shift & 0xFF);
         }
-        auto reply = m_replies.front();
+        frame += reply;
+        send(handle, frame.data(), frame.size(), MSG_NOSIGNAL);
+    }
+
+    std::optional<Decision> take_decision(std::size_t request) {
+        const std::lock_guard<std::mutex> locker(m_mux);
+        if (const auto decision = m_decisions.find(request); decision != m_decisions.end()) {
+            return std::move(m_decisions.extract(decision).mapped());
+        }
+        if (m_requests_wait) {
+            return std::nullopt;
+        }
+        if (m_replies.empty()) {
+            return Decision{true, ""};
+        }
+        Decision scripted{true, m_replies.front()};
         m_replies.erase(m_replies.begin());
-        return reply;
+        return scripted;
     }
 
     int m_listener = -1;
     int m_wake[2] = {-1, -1};
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_held{false};
-    std::mutex m_mux; // guards the two below
+    std::atomic<bool> m_requests_wait{false};
+    std::mutex m_mux; // guards the three below
+    std::map<std::size_t, Decision> m_decisions;
     std::vector<std::string> m_requests;
     std::vector<std::string> m_replies;
     std::thread m_thread;

@@ -17,3 +17,4 @@ zor_add_shell_test(shell_test WRAP connect)
 zor_add_shell_test(error_box_test
                    WRAP connect gdk_screen_width gdk_screen_height gtk_window_resize)
 zor_add_shell_test(shell_model_test)
+zor_add_shell_test(strict_service_test)

@@ -101,7 +101,7 @@ const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::command
         {"raw-file", &Self::parse_raw_file, "raw-file PATH", "publish a file's content"},
         {"fault", &Self::parse_fault,
          "fault KIND [VALUE] [times N] [on status|commands|both] [hold] [bare]",
-         "none, refuse, silent, delay MS, cut BYTES, lie LENGTH [hold], trickle MS, "
+         "none, refuse, reset, silent, delay MS, cut BYTES, lie LENGTH [hold], trickle MS, "
          "garbage [BYTES] [bare], big BYTES, empty"},
         {"stop", &Self::parse_stop, "stop [TIME]", "go down, and come back after TIME"},
         {"start", &Self::parse_start, "start", "come back"},

@@ -1,5 +1,7 @@
 #include "connection.h"
 
+#include <sys/socket.h>
+
 #include <algorithm>
 
 namespace printer_simulator {
@@ -82,6 +84,10 @@ void Connection::answer_request() {
 }
 
 void Connection::begin_sending() {
+    if (reply_.reset) {
+        reset();
+        return;
+    }
     state_ = State::sending;
     if (!reply_.byte_interval) {
         send_more();
@@ -147,6 +153,13 @@ void Connection::peer_closed() {
     if (!reply_is_due) {
         finish();
     }
+}
+
+void Connection::reset() {
+    // A socket that is closed with this on and no time left to linger is reset by the kernel.
+    const linger at_once{1, 0};
+    ::setsockopt(g_socket_get_fd(socket_), SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+    finish();
 }
 
 void Connection::finish() {

@@ -37,6 +37,8 @@ public:
 
     /// Closes the socket at once, whatever is going on.
     void finish();
+    /// The same, but the peer gets a reset (RST) instead of an orderly end.
+    void reset();
 
     std::uint64_t id() const noexcept { return id_; }
     const FrameReader& request() const noexcept { return request_; }

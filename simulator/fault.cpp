@@ -11,7 +11,7 @@ namespace {
 
 using Delivery = SpoiledReply::Delivery;
 
-constexpr std::array<FaultWord, 10> FAULT_WORDS{{
+constexpr std::array<FaultWord, 11> FAULT_WORDS{{
     {"big", FaultKind::big, FaultValue::size},
     {"cut", FaultKind::cut, FaultValue::size},
     {"delay", FaultKind::delay, FaultValue::time},
@@ -20,6 +20,7 @@ constexpr std::array<FaultWord, 10> FAULT_WORDS{{
     {"lie", FaultKind::lie, FaultValue::size},
     {"none", FaultKind::none, FaultValue::none},
     {"refuse", FaultKind::refuse, FaultValue::none},
+    {"reset", FaultKind::reset, FaultValue::none},
     {"silent", FaultKind::silent, FaultValue::none},
     {"trickle", FaultKind::trickle, FaultValue::time},
 }};
@@ -128,6 +129,10 @@ SpoiledReply spoiled_reply(const Fault& fault, std::string_view text, std::mt199
         return garbage_reply(fault, random);
     case FaultKind::silent:
         reply.plan.withheld = true;
+        reply.delivery = Delivery::failed;
+        return reply;
+    case FaultKind::reset:
+        reply.plan.reset = true;
         reply.delivery = Delivery::failed;
         return reply;
     case FaultKind::empty:

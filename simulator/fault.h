@@ -14,6 +14,7 @@ namespace printer_simulator {
 enum class FaultKind {
     none,    ///< serve properly
     refuse,  ///< do not listen, so that connects are refused
+    reset,   ///< read the request, then reset the connection instead of answering
     silent,  ///< read the request and never answer
     delay,   ///< answer after `value` milliseconds
     cut,     ///< send `value` bytes of the reply frame, then close
@@ -59,6 +60,7 @@ struct ReplyPlan {
     std::optional<std::chrono::milliseconds> byte_interval; ///< one byte at a time
     bool hold_open = false;                                 ///< do not close after the last byte
     bool withheld = false; ///< send nothing and wait for the peer to close
+    bool reset = false;    ///< send nothing and reset the connection, once the delay is over
 };
 
 /// What a fault made of a reply.

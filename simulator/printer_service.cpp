@@ -146,7 +146,7 @@ ReplyPlan PrinterService::answer(Connection& connection) {
     } else {
         plan = answer_unreadable(connection);
     }
-    if (observer_.exchanged && !plan.withheld) {
+    if (observer_.exchanged && !plan.withheld && !plan.reset) {
         observer_.exchanged(connection.id(), false, plan.bytes);
     }
     return plan;

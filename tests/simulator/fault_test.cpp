@@ -68,10 +68,17 @@ TEST(SpoiledReply, is_late_slow_empty_or_withheld) {
     EXPECT_TRUE(spoiled("silent").plan.withheld);
 }
 
+TEST(SpoiledReply, is_a_reset_that_brings_nothing) {
+    const SpoiledReply reply = spoiled("reset");
+    EXPECT_TRUE(reply.plan.reset);
+    EXPECT_EQ(reply.plan.bytes, "");
+    EXPECT_EQ(reply.delivery, SpoiledReply::Delivery::failed);
+}
+
 TEST(Fault, describes_itself_in_the_words_that_give_it_again) {
-    for (const char* words :
-         {"none", "refuse", "silent on status", "delay 5 times 3", "cut 12 on commands times 2",
-          "lie 7 hold", "trickle 1", "garbage 64 bare", "big 1000", "empty times 1"}) {
+    for (const char* words : {"none", "refuse", "reset on commands times 2", "silent on status",
+                              "delay 5 times 3", "cut 12 on commands times 2", "lie 7 hold",
+                              "trickle 1", "garbage 64 bare", "big 1000", "empty times 1"}) {
         EXPECT_EQ(fault_of(words).description(), words);
     }
 }

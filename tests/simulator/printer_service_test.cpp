@@ -219,6 +219,29 @@ TEST_F(Service, stays_silent_on_request) {
     EXPECT_FALSE(client.is_readable_within(std::chrono::milliseconds(100)));
 }
 
+TEST_F(Service, resets_on_request) {
+    WireClient closed(service_.port());
+    set_fault("cut 0");
+    closed.send(framed(STATUS_REQUEST));
+    EXPECT_FALSE(closed.ends_with_reset());
+    WireClient reset(service_.port());
+    set_fault("reset times 1");
+    reset.send(framed(STATUS_REQUEST));
+    EXPECT_TRUE(reset.ends_with_reset());
+    EXPECT_EQ(log_.wait_for("reply status", 2).value("fault"), "reset times 1");
+    EXPECT_EQ(poll(), idle_document());
+}
+
+TEST_F(Service, carries_a_command_out_although_its_connection_is_reset) {
+    publish(RIBBON);
+    const std::string shown = poll();
+    set_fault("reset on commands");
+    WireClient client(service_.port());
+    client.send(framed(job_command("Front Desk", "17", "110", ACTION_CANCEL)));
+    EXPECT_TRUE(client.ends_with_reset());
+    EXPECT_NE(poll(shown).find("<RemovePrinterError>"), std::string::npos);
+}
+
 TEST_F(Service, delays_on_request) {
     set_fault("delay 80ms");
     const auto start = std::chrono::steady_clock::now();

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <stdexcept>
 
 #include "wire.h"
@@ -65,6 +66,18 @@ std::string WireClient::receive(std::size_t count) {
 
 std::string WireClient::receive_until_closed() {
     return receive(std::string::npos);
+}
+
+bool WireClient::ends_with_reset() {
+    std::array<char, 65536> buffer;
+    ssize_t got = 1;
+    while (got > 0) {
+        got = ::recv(socket_, buffer.data(), buffer.size(), 0);
+    }
+    if (got < 0 && errno != ECONNRESET) {
+        throw std::runtime_error("the connection did not end");
+    }
+    return got < 0;
 }
 
 bool WireClient::is_readable_within(std::chrono::milliseconds time) const {

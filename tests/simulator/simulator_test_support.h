@@ -33,6 +33,9 @@ public:
     /// Up to `count` bytes; fewer only when the peer closed. Throws std::runtime_error at DEADLINE.
     std::string receive(std::size_t count);
     std::string receive_until_closed();
+    /// Waits for the end of the connection, whatever comes before it; whether that was a reset.
+    /// Throws std::runtime_error at DEADLINE.
+    bool ends_with_reset();
     /// Whether bytes or a close arrive within `time`.
     bool is_readable_within(std::chrono::milliseconds time) const;
 

@@ -50,7 +50,7 @@ void read_fault_option(Fault& fault, const std::string& option, Tokenizer& words
         if (*fault.times == 0) {
             throw CommandError("bad count \"0\"");
         }
-    } else if (option == "on" && spoils_replies) {
+    } else if (option == "on" && fault.kind != FaultKind::refuse) {
         fault.target = parse_target(words.require("target after \"on\""));
     } else if (option == "hold" && fault.kind == FaultKind::lie) {
         fault.hold = true;
@@ -371,7 +371,7 @@ void CommandInterpreter::list() {
                        .number("events", service_.model().newest_event())
                        .word("listening", service_.is_listening() ? "yes" : "no")
                        .number("connections", service_.connection_count())
-                       .text("fault", service_.fault().description())
+                       .text("fault", service_.faults().description())
                        .line());
 }
 

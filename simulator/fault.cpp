@@ -104,14 +104,6 @@ std::string Fault::description() const {
     return out;
 }
 
-bool Fault::applies_to_status() const noexcept {
-    return kind != FaultKind::none && target != FaultTarget::commands;
-}
-
-bool Fault::applies_to_commands() const noexcept {
-    return kind != FaultKind::none && target != FaultTarget::status;
-}
-
 ReplyPlan plain_reply(std::string_view text) {
     ReplyPlan plan;
     plan.bytes = framed(text);

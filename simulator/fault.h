@@ -49,8 +49,6 @@ struct Fault {
 
     /// The words after `fault` that give this fault again.
     std::string description() const;
-    bool applies_to_status() const noexcept;
-    bool applies_to_commands() const noexcept;
 };
 
 /// How one reply is to be sent.

@@ -165,7 +165,7 @@ ReplyPlan PrinterService::answer_status(const Connection& connection, std::strin
     occurrence.number("connection", connection.id())
         .number("event", reply.event)
         .word("new", reply.is_new ? "yes" : "no");
-    SpoiledReply spoiled = with_fault(fault_.applies_to_status(), reply.text, occurrence);
+    SpoiledReply spoiled = with_fault(faults_.next_status_reply(), reply.text, occurrence);
     tell(occurrence.routine(routine && !occurrence.has("fault")));
     switch (spoiled.delivery) {
     case SpoiledReply::Delivery::whole:
@@ -220,28 +220,22 @@ ReplyPlan PrinterService::action_result(const Connection& connection, std::strin
     Occurrence occurrence("reply command");
     occurrence.number("connection", connection.id()).word("result", result);
     SpoiledReply spoiled =
-        with_fault(fault_.applies_to_commands(), action_result_document(result), occurrence);
+        with_fault(faults_.next_command_reply(), action_result_document(result), occurrence);
     tell(occurrence);
     return std::move(spoiled.plan);
 }
 
-SpoiledReply PrinterService::with_fault(bool applies, const std::string& text,
-                                        Occurrence& occurrence) {
+SpoiledReply PrinterService::with_fault(const std::optional<ActiveFaults::Turn>& turn,
+                                        const std::string& text, Occurrence& occurrence) {
     occurrence.number("size", text.size());
-    if (!applies) {
+    if (!turn) {
         return {plain_reply(text), SpoiledReply::Delivery::whole, {}};
     }
-    SpoiledReply spoiled = spoiled_reply(fault_, text, random_);
-    occurrence.text("fault", fault_.description());
-    use_up_fault();
-    return spoiled;
-}
-
-void PrinterService::use_up_fault() {
-    if (fault_.times && --*fault_.times == 0) {
-        fault_ = {};
-        tell(Occurrence("fault ended"));
+    occurrence.text("fault", turn->fault.description());
+    if (turn->ended) {
+        tell(Occurrence("fault ended").text("fault", turn->fault.description()));
     }
+    return spoiled_reply(turn->fault, text, random_);
 }
 
 void PrinterService::schedule_failure(const JobCommand& command, std::chrono::milliseconds after) {
@@ -290,10 +284,10 @@ void PrinterService::plan_failures(const std::string& printer, const std::string
 }
 
 void PrinterService::set_fault(const Fault& fault) {
-    fault_ = fault;
+    faults_.set(fault);
     comeback_.reset();
     tell(Occurrence("fault set").text("fault", fault.description()));
-    if (fault.kind == FaultKind::refuse) {
+    if (faults_.refuses()) {
         stop_listening();
     } else {
         resume_listening();
@@ -325,9 +319,7 @@ void PrinterService::start() {
     if (is_listening()) {
         return;
     }
-    if (fault_.kind == FaultKind::refuse) {
-        fault_ = {};
-    }
+    faults_.stop_refusing();
     resume_listening();
     comeback_.reset();
     tell(Occurrence("service started").number("port", port_));

@@ -12,8 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "active_faults.h"
 #include "connection.h"
-#include "fault.h"
 #include "glib_support.h"
 #include "occurrence.h"
 #include "printer_model.h"
@@ -64,9 +64,10 @@ public:
     void plan_failures(const std::string& printer, const std::string& job, std::uint64_t times,
                        std::chrono::milliseconds after);
 
-    /// Replaces the fault on show. A refusal stops listening, any other fault resumes it.
+    /// Puts a fault on show as `ActiveFaults::set` says. A refusal stops listening, any other fault
+    /// resumes it.
     void set_fault(const Fault& fault);
-    const Fault& fault() const noexcept { return fault_; }
+    const ActiveFaults& faults() const noexcept { return faults_; }
 
     /// Stops listening and drops every connection, as when the service's process ends; the model
     /// keeps its state. With a time it comes back by itself after that.
@@ -89,8 +90,8 @@ private:
     ReplyPlan answer_command(const Connection& connection, const JobCommand& command);
     ReplyPlan answer_unreadable(const Connection& connection);
     ReplyPlan action_result(const Connection& connection, std::string_view result);
-    SpoiledReply with_fault(bool applies, const std::string& text, Occurrence& occurrence);
-    void use_up_fault();
+    SpoiledReply with_fault(const std::optional<ActiveFaults::Turn>& turn, const std::string& text,
+                            Occurrence& occurrence);
 
     void schedule_failure(const JobCommand& command, std::chrono::milliseconds after);
     void tell_published(const PublishedEvent& event);
@@ -101,7 +102,7 @@ private:
     PrinterModel model_;
     std::uint16_t port_ = 0;
     GObjectPtr<GSocketService> listener_;
-    Fault fault_;
+    ActiveFaults faults_;
     std::mt19937 random_; // seeded alike each time, so that garbage can be repeated
     std::uint64_t last_connection_id_ = 0;
     std::map<std::uint64_t, std::unique_ptr<Connection>> connections_;

@@ -205,9 +205,9 @@ TEST_F(Interpreter, finds_a_bad_repeated_command_at_once) {
 
 TEST_F(Interpreter, sets_and_ends_a_fault) {
     run("fault cut 12 times 3");
-    EXPECT_EQ(service_.fault().description(), "cut 12 times 3");
+    EXPECT_EQ(service_.faults().description(), "cut 12 times 3");
     run("fault none");
-    EXPECT_EQ(service_.fault().kind, FaultKind::none);
+    EXPECT_EQ(service_.faults().description(), "none");
     run("fault bogus");
     EXPECT_NE(last_complaint().find("unknown fault \"bogus\"; usage: fault"), std::string::npos);
 }

@@ -76,19 +76,12 @@ TEST(SpoiledReply, is_a_reset_that_brings_nothing) {
 }
 
 TEST(Fault, describes_itself_in_the_words_that_give_it_again) {
-    for (const char* words : {"none", "refuse", "reset on commands times 2", "silent on status",
-                              "delay 5 times 3", "cut 12 on commands times 2", "lie 7 hold",
-                              "trickle 1", "garbage 64 bare", "big 1000", "empty times 1"}) {
+    for (const char* words :
+         {"none", "none on status", "refuse", "reset on commands times 2", "silent on status",
+          "delay 5 times 3", "cut 12 on commands times 2", "lie 7 hold", "trickle 1",
+          "garbage 64 bare", "big 1000", "empty times 1"}) {
         EXPECT_EQ(fault_of(words).description(), words);
     }
-}
-
-TEST(Fault, applies_to_its_target_only) {
-    EXPECT_TRUE(fault_of("silent").applies_to_status());
-    EXPECT_TRUE(fault_of("silent").applies_to_commands());
-    EXPECT_FALSE(fault_of("silent on commands").applies_to_status());
-    EXPECT_FALSE(fault_of("silent on status").applies_to_commands());
-    EXPECT_FALSE(fault_of("none").applies_to_status());
 }
 
 TEST(ParseFaultWords, refuses_what_makes_no_sense) {

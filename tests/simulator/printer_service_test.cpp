@@ -319,9 +319,26 @@ TEST_F(Service, spoils_only_the_replies_it_was_told_to) {
     EXPECT_EQ(element(poll(), "PrinterName"), "Front Desk");
     EXPECT_EQ(raw_exchange(service_.port(), job_command("Front Desk", "17", "110", 100)), "");
     EXPECT_EQ(log_.wait_for("request command").value("known"), "yes");
+    set_fault("none");
     set_fault("cut 0 on status");
     EXPECT_EQ(raw_poll(), "");
     EXPECT_EQ(framed_exchange(service_.port(), "x"), action_result_document("unreadable-request"));
+}
+
+TEST_F(Service, spoils_replies_of_both_kinds_in_different_ways) {
+    publish(RIBBON);
+    set_fault("empty times 2 on status");
+    set_fault("reset on commands");
+    EXPECT_EQ(raw_poll(), framed(""));
+    WireClient client(service_.port());
+    client.send(framed(job_command("Front Desk", "17", "110", ACTION_CANCEL)));
+    EXPECT_TRUE(client.ends_with_reset());
+    EXPECT_EQ(raw_poll(), framed(""));
+    EXPECT_EQ(log_.wait_for("fault ended").value("fault"), "empty on status times 1");
+    EXPECT_NE(raw_poll(), framed(""));
+    service_.call([](PrinterService& service) {
+        EXPECT_EQ(service.faults().description(), "reset on commands");
+    });
 }
 
 TEST_F(Service, drops_its_connections_when_stopped_and_keeps_its_state) {

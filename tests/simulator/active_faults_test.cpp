@@ -1,0 +1,90 @@
+#include "active_faults.h"
+
+#include <gtest/gtest.h>
+
+#include "command_interpreter.h"
+
+namespace printer_simulator {
+namespace {
+
+class ActiveFaultsTest : public testing::Test {
+protected:
+    void set(std::string_view words) {
+        Tokenizer tokenizer(words);
+        faults_.set(parse_fault_words(tokenizer));
+    }
+
+    ActiveFaults faults_;
+};
+
+TEST_F(ActiveFaultsTest, are_none_at_first) {
+    EXPECT_FALSE(faults_.next_status_reply());
+    EXPECT_FALSE(faults_.next_command_reply());
+    EXPECT_FALSE(faults_.refuses());
+    EXPECT_EQ(faults_.description(), "none");
+}
+
+TEST_F(ActiveFaultsTest, apply_to_their_target_only) {
+    set("silent");
+    EXPECT_TRUE(faults_.next_status_reply());
+    EXPECT_TRUE(faults_.next_command_reply());
+    set("none");
+    set("silent on commands");
+    EXPECT_FALSE(faults_.next_status_reply());
+    EXPECT_TRUE(faults_.next_command_reply());
+    set("none");
+    set("silent on status");
+    EXPECT_TRUE(faults_.next_status_reply());
+    EXPECT_FALSE(faults_.next_command_reply());
+}
+
+TEST_F(ActiveFaultsTest, go_together_on_different_targets) {
+    set("cut 5 on status");
+    set("reset on commands");
+    EXPECT_EQ(faults_.next_status_reply()->fault.kind, FaultKind::cut);
+    EXPECT_EQ(faults_.next_command_reply()->fault.kind, FaultKind::reset);
+    EXPECT_EQ(faults_.description(), "cut 5 on status; reset on commands");
+}
+
+TEST_F(ActiveFaultsTest, give_way_to_a_new_one_for_the_same_target) {
+    const std::vector<std::array<std::string_view, 3>> cases = {
+        {"cut 5 on status", "empty on status", "empty on status"},
+        {"cut 5 on commands", "empty on commands", "empty on commands"},
+        {"cut 5 on status", "empty", "empty"},
+        {"cut 5 times 4", "empty on status", "cut 5 on commands times 4; empty on status"},
+        {"cut 5", "empty on commands", "cut 5 on status; empty on commands"},
+        {"cut 5", "none on commands", "cut 5 on status"},
+        {"cut 5 on commands", "none on commands", "none"},
+        {"cut 5 on commands", "none", "none"},
+        {"cut 5", "refuse", "refuse"},
+        {"refuse", "empty on status", "empty on status"},
+        {"refuse", "none on commands", "none"},
+    };
+    for (const auto& [first, second, both] : cases) {
+        set("none");
+        set(first);
+        set(second);
+        EXPECT_EQ(faults_.description(), both) << first << ", then " << second;
+    }
+}
+
+TEST_F(ActiveFaultsTest, count_only_the_replies_that_they_spoil) {
+    set("cut 5 on commands times 2");
+    set("empty on status times 1");
+    EXPECT_FALSE(faults_.next_command_reply()->ended);
+    EXPECT_TRUE(faults_.next_status_reply()->ended);
+    EXPECT_FALSE(faults_.next_status_reply());
+    EXPECT_TRUE(faults_.next_command_reply()->ended);
+    EXPECT_FALSE(faults_.next_command_reply());
+}
+
+TEST_F(ActiveFaultsTest, refuse_until_they_stop) {
+    set("refuse");
+    EXPECT_TRUE(faults_.refuses());
+    faults_.stop_refusing();
+    EXPECT_FALSE(faults_.refuses());
+    EXPECT_EQ(faults_.description(), "none");
+}
+
+} // namespace
+} // namespace printer_simulator

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,8 @@ public:
         bool ended = false; ///< this was the last reply to be spoiled
     };
     /// The fault for the next reply to a status request or to a job command, nothing for a proper
-    /// reply. Counts the reply: call it once for each.
+    /// reply. Counts the reply: call it once for each. A fault of one reply in so many draws lots
+    /// for each reply, begins with its seed when it is set, and counts the replies it spoils.
     std::optional<Turn> next_status_reply() { return next_reply(FaultTarget::status); }
     std::optional<Turn> next_command_reply() { return next_reply(FaultTarget::commands); }
 
@@ -38,7 +40,14 @@ public:
 private:
     std::optional<Turn> next_reply(FaultTarget target);
 
-    std::vector<Fault> faults_; // no two for the same replies
+    // A fault and what chooses the replies that it spoils. Each has its own generator, so that
+    // its choice does not depend on replies that are none of its business.
+    struct Active {
+        Fault fault;
+        std::mt19937_64 random;
+    };
+
+    std::vector<Active> faults_; // no two for the same replies
 };
 
 } // namespace printer_simulator

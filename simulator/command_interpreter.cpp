@@ -25,9 +25,17 @@ std::uint64_t fault_value(FaultValue kind, Tokenizer& words) {
     case FaultValue::optional_size:
         break;
     }
-    return begins_with_digit(words.remainder())
+    return begins_with_digit(words.remainder()) && !words.remainder().starts_with("1 in ")
                ? parse_size(words.require("number of bytes"), "size")
                : DEFAULT_GARBAGE;
+}
+
+std::uint64_t parse_count(const std::string& word) {
+    const std::uint64_t count = parse_number(word, "count");
+    if (count == 0) {
+        throw CommandError("bad count \"0\"");
+    }
+    return count;
 }
 
 FaultTarget parse_target(const std::string& word) {
@@ -46,10 +54,14 @@ FaultTarget parse_target(const std::string& word) {
 void read_fault_option(Fault& fault, const std::string& option, Tokenizer& words) {
     const bool spoils_replies = fault.kind != FaultKind::none && fault.kind != FaultKind::refuse;
     if (option == "times" && spoils_replies) {
-        fault.times = parse_number(words.require("count after \"times\""), "count");
-        if (*fault.times == 0) {
-            throw CommandError("bad count \"0\"");
+        fault.times = parse_count(words.require("count after \"times\""));
+    } else if (option == "1" && spoils_replies) {
+        if (words.require("\"in\" after \"1\"") != "in") {
+            throw CommandError("missing \"in\" after \"1\"");
         }
+        fault.one_in = parse_count(words.require("number after \"1 in\""));
+    } else if (option == "seed" && spoils_replies) {
+        fault.seed = parse_number(words.require("number after \"seed\""), "seed");
     } else if (option == "on" && fault.kind != FaultKind::refuse) {
         fault.target = parse_target(words.require("target after \"on\""));
     } else if (option == "hold" && fault.kind == FaultKind::lie) {
@@ -100,7 +112,7 @@ const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::command
         {"raw", &Self::parse_raw, "raw TEXT", "publish a text as it is"},
         {"raw-file", &Self::parse_raw_file, "raw-file PATH", "publish a file's content"},
         {"fault", &Self::parse_fault,
-         "fault KIND [VALUE] [times N] [on status|commands|both] [hold] [bare]",
+         "fault KIND [VALUE] [times N] [1 in N [seed S]] [on status|commands|both] [hold] [bare]",
          "none, refuse, reset, silent, delay MS, cut BYTES, lie LENGTH [hold], trickle MS, "
          "garbage [BYTES] [bare], big BYTES, empty"},
         {"stop", &Self::parse_stop, "stop [TIME]", "go down, and come back after TIME"},

@@ -98,6 +98,9 @@ std::string Fault::description() const {
     if (target != FaultTarget::both) {
         out += target == FaultTarget::status ? " on status" : " on commands";
     }
+    if (one_in != 1) {
+        out += " 1 in " + std::to_string(one_in) + " seed " + std::to_string(seed);
+    }
     if (times) {
         out += " times " + std::to_string(*times);
     }

@@ -44,8 +44,10 @@ struct Fault {
     std::uint64_t value = 0;
     std::optional<std::uint64_t> times; ///< replies left to spoil; nothing means all
     FaultTarget target = FaultTarget::both;
-    bool hold = false; ///< lie only: keep the connection open afterwards
-    bool bare = false; ///< garbage only: without a frame around it
+    std::uint64_t one_in = 1; ///< spoils one reply in so many, at random
+    std::uint64_t seed = 1;   ///< where that randomness begins: the same replies with the same seed
+    bool hold = false;        ///< lie only: keep the connection open afterwards
+    bool bare = false;        ///< garbage only: without a frame around it
 
     /// The words after `fault` that give this fault again.
     std::string description() const;

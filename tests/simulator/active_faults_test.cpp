@@ -78,6 +78,47 @@ TEST_F(ActiveFaultsTest, count_only_the_replies_that_they_spoil) {
     EXPECT_FALSE(faults_.next_command_reply());
 }
 
+TEST_F(ActiveFaultsTest, spoil_about_one_reply_in_so_many) {
+    set("reset 1 in 4");
+    int spoiled = 0;
+    for (int reply = 0; reply < 4000; ++reply) {
+        spoiled += faults_.next_status_reply() ? 1 : 0;
+    }
+    EXPECT_NEAR(spoiled, 1000, 100);
+}
+
+TEST_F(ActiveFaultsTest, spoil_the_same_replies_again_with_the_same_seed) {
+    const auto choice = [this](std::string_view words, bool with_others) {
+        set("none");
+        set("empty 1 in 3 on commands");
+        set(words);
+        std::string out;
+        for (int reply = 0; reply < 40; ++reply) {
+            out += faults_.next_status_reply() ? 'x' : '.';
+            if (with_others) {
+                faults_.next_command_reply();
+            }
+        }
+        return out;
+    };
+    const std::string first = choice("reset 1 in 3 seed 5 on status", false);
+    EXPECT_EQ(choice("reset 1 in 3 seed 5 on status", false), first);
+    EXPECT_EQ(choice("cut 5 1 in 3 seed 5 on status", true), first)
+        << "neither the kind of fault nor other replies count";
+    EXPECT_NE(choice("reset 1 in 3 seed 6 on status", false), first);
+    EXPECT_EQ(choice("reset 1 in 3 on status", false), ".xxxxx.x.......x.x.....x.xx...x.x..xxxx.")
+        << "the choice that goes with the usual seed is the same on every machine";
+}
+
+TEST_F(ActiveFaultsTest, count_the_spoiled_replies_among_others) {
+    set("reset 1 in 3 times 2");
+    int spoiled = 0;
+    for (int reply = 0; reply < 100; ++reply) {
+        spoiled += faults_.next_status_reply() ? 1 : 0;
+    }
+    EXPECT_EQ(spoiled, 2);
+}
+
 TEST_F(ActiveFaultsTest, refuse_until_they_stop) {
     set("refuse");
     EXPECT_TRUE(faults_.refuses());

@@ -77,18 +77,43 @@ TEST(SpoiledReply, is_a_reset_that_brings_nothing) {
 
 TEST(Fault, describes_itself_in_the_words_that_give_it_again) {
     for (const char* words :
-         {"none", "none on status", "refuse", "reset on commands times 2", "silent on status",
-          "delay 5 times 3", "cut 12 on commands times 2", "lie 7 hold", "trickle 1",
-          "garbage 64 bare", "big 1000", "empty times 1"}) {
+         {"none", "none on status", "refuse", "garbage 64 on status 1 in 5 seed 7 times 2",
+          "reset 1 in 3 seed 1", "reset on commands times 2", "silent on status", "delay 5 times 3",
+          "cut 12 on commands times 2", "lie 7 hold", "trickle 1", "garbage 64 bare", "big 1000",
+          "empty times 1"}) {
         EXPECT_EQ(fault_of(words).description(), words);
     }
 }
 
+TEST(ParseFaultWords, does_not_take_a_share_for_a_size) {
+    EXPECT_EQ(fault_of("garbage 1 in 5").description(), "garbage 64 1 in 5 seed 1");
+    EXPECT_EQ(fault_of("garbage 1 1 in 5").description(), "garbage 1 1 in 5 seed 1");
+}
+
 TEST(ParseFaultWords, refuses_what_makes_no_sense) {
-    for (const char* words :
-         {"", "bogus", "cut", "cut x", "cut 5 times", "cut 5 times 0", "cut 5 on x", "cut 5 hold",
-          "lie 5 bare", "refuse times 2", "none times 2", "silent 5", "big 2G",
-          "lie 18446744073709551616", "delay 1h"}) {
+    for (const char* words : {"",
+                              "bogus",
+                              "cut",
+                              "cut x",
+                              "cut 5 times",
+                              "cut 5 times 0",
+                              "cut 5 on x",
+                              "cut 5 hold",
+                              "lie 5 bare",
+                              "refuse times 2",
+                              "refuse 1 in 2",
+                              "reset 1",
+                              "reset 1 of 3",
+                              "reset 1 in",
+                              "reset 1 in 0",
+                              "reset 2 in 3",
+                              "reset 1 in 3 seed",
+                              "reset 1 in 3 seed x",
+                              "none times 2",
+                              "silent 5",
+                              "big 2G",
+                              "lie 18446744073709551616",
+                              "delay 1h"}) {
         EXPECT_THROW(fault_of(words), CommandError) << words;
     }
 }

@@ -111,6 +111,8 @@ const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::command
          "let the next TIMES retries of a job fail again, 1s or AFTER later"},
         {"raw", &Self::parse_raw, "raw TEXT", "publish a text as it is"},
         {"raw-file", &Self::parse_raw_file, "raw-file PATH", "publish a file's content"},
+        {"retell", &Self::parse_retell, "retell on|off",
+         "tell the newest event again when there is none newer (on), or nothing (off)"},
         {"fault", &Self::parse_fault,
          "fault KIND [VALUE] [times N] [1 in N [seed S]] [on status|commands|both] [hold] [bare]",
          "none, refuse, reset, silent, delay MS, cut BYTES, lie LENGTH [hold], trickle MS, "
@@ -272,6 +274,17 @@ CommandInterpreter::Action CommandInterpreter::parse_fail_again(Tokenizer& words
     };
 }
 
+CommandInterpreter::Action CommandInterpreter::parse_retell(Tokenizer& words, const std::string&) {
+    const std::string word = words.require("on or off");
+    if (word != "on" && word != "off") {
+        throw CommandError("neither on nor off: \"" + word + "\"");
+    }
+    words.expect_end();
+    return [this, on = word == "on"] {
+        service_.set_retelling(on);
+    };
+}
+
 CommandInterpreter::Action CommandInterpreter::parse_fault(Tokenizer& words, const std::string&) {
     const Fault fault = parse_fault_words(words);
     return [this, fault] {
@@ -384,6 +397,7 @@ void CommandInterpreter::list() {
                        .word("listening", service_.is_listening() ? "yes" : "no")
                        .number("connections", service_.connection_count())
                        .text("fault", service_.faults().description())
+                       .word("retell", service_.model().is_retelling() ? "on" : "off")
                        .line());
 }
 

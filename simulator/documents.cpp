@@ -1,5 +1,6 @@
 #include "documents.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include <tinyxml2.h>
@@ -101,6 +102,30 @@ const std::string& idle_document() {
                                         "    <PrinterState>Ready</PrinterState>\n"
                                         "</PrinterStatus>\n";
     return document;
+}
+
+std::string idle_document_after(std::uint64_t event_number) {
+    std::string out = idle_document();
+    if (event_number != 0) {
+        std::string element;
+        append_element(element, "EventNumber", std::to_string(event_number));
+        out.insert(out.rfind("</"), element);
+    }
+    return out;
+}
+
+std::optional<std::uint64_t> idle_document_position(std::string_view text) {
+    if (text == idle_document()) {
+        return 0;
+    }
+    constexpr std::string_view OPEN = "<EventNumber>";
+    const std::string_view digits = text.substr(std::min(text.find(OPEN), text.size()));
+    if (digits.empty()) {
+        return std::nullopt;
+    }
+    std::uint64_t number = 0;
+    std::from_chars(digits.data() + OPEN.size(), digits.data() + digits.size(), number);
+    return text == idle_document_after(number) ? std::optional(number) : std::nullopt;
 }
 
 std::string action_result_document(std::string_view result) {

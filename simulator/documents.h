@@ -38,6 +38,13 @@ std::string status_document(EventKind kind, const PrinterError& error, std::uint
 /// The status document of a service that has nothing to tell: no `PrinterName`, so no error.
 const std::string& idle_document();
 
+/// The same for a client that has got all events up to `event_number`, which is quoted as its
+/// place; 0 gives the plain one.
+std::string idle_document_after(std::uint64_t event_number);
+
+/// The number in such a document; nothing for any other text.
+std::optional<std::uint64_t> idle_document_position(std::string_view text);
+
 /// The answer to a job command; `result` is one of the fixed words documented in protocol.md.
 std::string action_result_document(std::string_view result);
 

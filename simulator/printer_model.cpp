@@ -105,35 +105,44 @@ std::optional<PublishedEvent> PrinterModel::fail_again_now(const std::string& pr
     return publish_error(error);
 }
 
-StatusReply PrinterModel::first_reply() const {
+std::optional<EventNumber> PrinterModel::position_of(std::string_view quoted) {
+    if (const auto position = idle_document_position(quoted)) {
+        // An earlier run may have counted further.
+        return *position <= newest_event() ? position : std::nullopt;
+    }
+    return history_.position_of(quoted);
+}
+
+StatusReply PrinterModel::reply_with(const std::optional<EventHistory::Event>& event,
+                                     EventNumber position) {
     StatusReply reply;
-    std::optional<EventHistory::Event> event =
-        open_by_age_.empty() ? history_.newest() : history_.find(open_by_age_.begin()->first);
-    reply.text = event ? event->text : idle_document();
+    reply.text = event ? event->text : idle_document_after(position);
     reply.event = event ? event->number : 0;
-    reply.is_new = event.has_value();
+    reply.new_position = event ? event->number : position;
+    return reply;
+}
+
+StatusReply PrinterModel::first_reply() const {
+    if (open_by_age_.empty() && !retelling_) {
+        return reply_with(std::nullopt, newest_event());
+    }
+    StatusReply reply = reply_with(
+        open_by_age_.empty() ? history_.newest() : history_.find(open_by_age_.begin()->first), 0);
+    reply.is_new = reply.event != 0;
     return reply;
 }
 
 StatusReply PrinterModel::choose_reply(std::string_view quoted) {
-    std::optional<EventNumber> position;
-    if (quoted == idle_document()) {
-        position = 0;
-    } else {
-        position = history_.position_of(quoted);
-    }
+    const std::optional<EventNumber> position = position_of(quoted);
     if (!position) {
         StatusReply reply = first_reply();
         reply.quoted = quoted.empty() ? Quoted::none : Quoted::unknown;
         return reply;
     }
-    StatusReply reply;
+    const auto next = history_.next_after(*position);
+    StatusReply reply = reply_with(next || !retelling_ ? next : history_.newest(), *position);
     reply.quoted = Quoted::known;
     reply.position = *position;
-    const auto next = history_.next_after(*position);
-    const auto event = next ? next : history_.newest();
-    reply.text = event ? event->text : idle_document();
-    reply.event = event ? event->number : 0;
     reply.is_new = next.has_value();
     return reply;
 }
@@ -149,7 +158,7 @@ void PrinterModel::reply_spoiled(const StatusReply& reply, std::string_view text
 }
 
 void PrinterModel::reply_padded(const StatusReply& reply, std::string_view text) {
-    history_.alias(text, reply.event);
+    history_.alias(text, reply.new_position);
 }
 
 std::vector<PrinterModel::OpenError> PrinterModel::open_errors() const {

@@ -29,8 +29,9 @@ enum class Quoted { none, known, unknown };
 /// The answer to a status request.
 struct StatusReply {
     std::string text;
-    EventNumber event = 0;    ///< 0 for the idle document
-    EventNumber position = 0; ///< where the client stood before; 0 when not known
+    EventNumber event = 0;        ///< 0 for a document that reports nothing
+    EventNumber position = 0;     ///< where the client stood before; 0 when not known
+    EventNumber new_position = 0; ///< where it stands once it has the reply
     Quoted quoted = Quoted::none;
     bool is_new = false; ///< the client has not got this event yet
 };
@@ -71,10 +72,16 @@ public:
     std::optional<PublishedEvent> fail_again_now(const std::string& printer,
                                                  const std::string& job);
 
+    /// Whether the newest event is told again when there is none newer. On at first; off, each
+    /// event is told once, and then a document that reports nothing.
+    void set_retelling(bool on) noexcept { retelling_ = on; }
+    bool is_retelling() const noexcept { return retelling_; }
+
     /// Chooses the reply to a status request that quotes the previous reply `quoted`:
     /// the event after the quoted one, or the newest again when there is none newer. Without a
-    /// quoted text, or with an unknown one: the oldest error still open, else the newest event,
-    /// else the idle document. Nothing is marked as sent yet.
+    /// quoted text, or with an unknown one: the oldest error still open, else the newest event.
+    /// Where the newest would be told again, or there is none: a document that reports nothing.
+    /// Nothing is marked as sent yet.
     StatusReply choose_reply(std::string_view quoted);
 
     /// The chosen reply went out whole.
@@ -103,9 +110,13 @@ private:
 
     PublishedEvent publish(EventKind kind, const PrinterError& error);
     std::optional<PublishedEvent> withdraw(const JobKey& key);
+    std::optional<EventNumber> position_of(std::string_view quoted);
     StatusReply first_reply() const;
+    static StatusReply reply_with(const std::optional<EventHistory::Event>& event,
+                                  EventNumber position);
 
     EventHistory history_;
+    bool retelling_ = true;
     std::map<JobKey, OpenError> open_;
     std::map<EventNumber, JobKey> open_by_age_;
     std::map<JobKey, FailurePlan> plans_;

@@ -294,6 +294,11 @@ void PrinterService::set_fault(const Fault& fault) {
     }
 }
 
+void PrinterService::set_retelling(bool on) {
+    model_.set_retelling(on);
+    tell_settings();
+}
+
 void PrinterService::stop(std::optional<std::chrono::milliseconds> back_after) {
     stop_listening();
     while (!connections_.empty()) {
@@ -338,6 +343,10 @@ void PrinterService::tell_published(const PublishedEvent& event) {
             .text("text", event.error.text);
     }
     tell(occurrence);
+}
+
+void PrinterService::tell_settings() const {
+    tell(Occurrence("settings").word("retell", model_.is_retelling() ? "on" : "off"));
 }
 
 void PrinterService::tell(const Occurrence& occurrence) const {

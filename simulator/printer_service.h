@@ -69,6 +69,10 @@ public:
     void set_fault(const Fault& fault);
     const ActiveFaults& faults() const noexcept { return faults_; }
 
+    /// Whether the newest event is told again when there is none newer, as
+    /// `PrinterModel::set_retelling` says.
+    void set_retelling(bool on);
+
     /// Stops listening and drops every connection, as when the service's process ends; the model
     /// keeps its state. With a time it comes back by itself after that.
     void stop(std::optional<std::chrono::milliseconds> back_after = std::nullopt);
@@ -95,6 +99,7 @@ private:
 
     void schedule_failure(const JobCommand& command, std::chrono::milliseconds after);
     void tell_published(const PublishedEvent& event);
+    void tell_settings() const;
     void tell(const Occurrence& occurrence) const;
 
     ServiceObserver observer_;

@@ -212,13 +212,25 @@ TEST_F(Interpreter, sets_and_ends_a_fault) {
     EXPECT_NE(last_complaint().find("unknown fault \"bogus\"; usage: fault"), std::string::npos);
 }
 
+TEST_F(Interpreter, turns_retelling_off_and_on) {
+    run("retell off");
+    EXPECT_FALSE(service_.model().is_retelling());
+    run("retell on");
+    EXPECT_TRUE(service_.model().is_retelling());
+    run("retell perhaps");
+    EXPECT_EQ(last_complaint(), "stdin:1: neither on nor off: \"perhaps\"; usage: retell on|off");
+    run("retell");
+    EXPECT_NE(last_complaint().find("missing on or off"), std::string::npos);
+}
+
 TEST_F(Interpreter, lists_open_errors_so_that_they_can_be_typed_again) {
     run(R"(error "a b" "\xff" 110 3 "x\ty")");
     run("list");
     ASSERT_EQ(answers_.size(), 2U);
     EXPECT_EQ(answers_[0], R"(open error printer="a b" job="\377" error_code="110" severity="3")"
                            R"( text="x\ty" event=1)");
-    EXPECT_EQ(answers_[1], "listed errors=1 events=1 listening=no connections=0 fault=\"none\"");
+    EXPECT_EQ(answers_[1],
+              "listed errors=1 events=1 listening=no connections=0 fault=\"none\" retell=on");
 }
 
 TEST_F(Interpreter, helps_with_every_command) {
@@ -227,8 +239,9 @@ TEST_F(Interpreter, helps_with_every_command) {
     for (const std::string& line : answers_) {
         help += line + "\n";
     }
-    for (const char* name : {"error", "clear", "clear-all", "fail-again", "raw", "raw-file",
-                             "fault", "stop", "start", "repeat", "list", "help", "quit"}) {
+    for (const char* name :
+         {"error", "clear", "clear-all", "fail-again", "raw", "raw-file", "retell", "fault", "stop",
+          "start", "repeat", "list", "help", "quit"}) {
         EXPECT_NE(help.find("\n  " + std::string(name)), std::string::npos) << name;
     }
     EXPECT_TRUE(complaints_.empty());

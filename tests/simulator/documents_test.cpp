@@ -72,5 +72,21 @@ TEST(ActionName, knows_the_three_actions) {
     EXPECT_EQ(action_name(103), "unknown");
 }
 
+TEST(IdleDocument, gives_its_number_back) {
+    EXPECT_EQ(idle_document_after(0), idle_document());
+    for (const std::uint64_t number : {0ULL, 1ULL, 42ULL, 18446744073709551615ULL}) {
+        EXPECT_EQ(idle_document_position(idle_document_after(number)), number);
+    }
+}
+
+TEST(IdleDocument, has_no_number_when_it_is_another_text) {
+    const std::string seven = idle_document_after(7);
+    EXPECT_FALSE(idle_document_position(""));
+    EXPECT_FALSE(idle_document_position(seven + " "));
+    EXPECT_FALSE(idle_document_position(seven.substr(0, seven.find('7') + 1)));
+    EXPECT_FALSE(idle_document_position("<EventNumber>"));
+    EXPECT_FALSE(idle_document_position(status_document(EventKind::show, {}, 7)));
+}
+
 } // namespace
 } // namespace printer_simulator::test

@@ -54,6 +54,68 @@ TEST(PrinterModel, gives_every_event_once_and_then_the_newest_again) {
     EXPECT_NE(again.text.find("<RemovePrinterError>"), std::string::npos);
 }
 
+TEST(PrinterModel, tells_every_event_once_when_it_does_not_retell) {
+    PrinterModel model;
+    model.set_retelling(false);
+    Poller poller(model);
+    EXPECT_EQ(poller.poll().text, idle_document());
+    model.publish_error(RIBBON);
+    model.publish_error(CARD);
+    EXPECT_EQ(poller.poll().event, 1U);
+    EXPECT_EQ(poller.poll().event, 2U);
+    for (int again = 0; again < 2; ++again) {
+        const StatusReply nothing = poller.poll();
+        EXPECT_EQ(nothing.event, 0U);
+        EXPECT_EQ(nothing.quoted, Quoted::known);
+        EXPECT_EQ(nothing.position, 2U);
+        EXPECT_FALSE(nothing.is_new);
+        EXPECT_EQ(nothing.text.find("PrinterName"), std::string::npos);
+    }
+    model.clear("Front Desk", "17");
+    EXPECT_EQ(poller.poll().event, 3U) << "a document that reports nothing keeps the place";
+    EXPECT_EQ(poller.poll().event, 0U);
+}
+
+TEST(PrinterModel, starts_a_new_client_at_the_oldest_open_error_when_it_does_not_retell) {
+    PrinterModel model;
+    model.set_retelling(false);
+    model.publish_error(RIBBON);
+    model.publish_error(CARD);
+    model.clear("Front Desk", "17");
+    Poller poller(model);
+    for (const EventNumber expected : {2U, 3U, 0U}) {
+        EXPECT_EQ(poller.poll().event, expected);
+    }
+    model.clear_all();
+    Poller late(model);
+    EXPECT_EQ(late.poll().event, 0U) << "nothing is open, and the last removal is no news";
+    model.publish_error(RIBBON);
+    EXPECT_EQ(late.poll().event, 5U);
+}
+
+TEST(PrinterModel, takes_the_place_of_an_earlier_run_for_none) {
+    PrinterModel model;
+    model.set_retelling(false);
+    model.publish_error(RIBBON);
+    const StatusReply reply = model.choose_reply(idle_document_after(2));
+    EXPECT_EQ(reply.quoted, Quoted::unknown);
+    EXPECT_EQ(reply.event, 1U);
+    EXPECT_EQ(model.choose_reply(idle_document_after(1)).quoted, Quoted::known);
+}
+
+TEST(PrinterModel, keeps_the_place_of_a_client_that_gets_a_padded_nothing) {
+    PrinterModel model;
+    model.set_retelling(false);
+    Poller poller(model);
+    model.publish_error(RIBBON);
+    poller.poll();
+    const StatusReply nothing = model.choose_reply(model.choose_reply("").text);
+    EXPECT_EQ(nothing.event, 0U);
+    model.reply_padded(nothing, nothing.text + "<!--   -->");
+    model.publish_error(CARD);
+    EXPECT_EQ(model.choose_reply(nothing.text + "<!--   -->").event, 2U);
+}
+
 TEST(PrinterModel, starts_a_new_client_at_the_oldest_open_error) {
     PrinterModel model;
     model.publish_error(RIBBON);

@@ -113,6 +113,8 @@ const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::command
         {"raw-file", &Self::parse_raw_file, "raw-file PATH", "publish a file's content"},
         {"retell", &Self::parse_retell, "retell on|off",
          "tell the newest event again when there is none newer (on), or nothing (off)"},
+        {"hold", &Self::parse_hold, "hold TIME",
+         "let a status request without news wait up to TIME for the next event"},
         {"fault", &Self::parse_fault,
          "fault KIND [VALUE] [times N] [1 in N [seed S]] [on status|commands|both] [hold] [bare]",
          "none, refuse, reset, silent, delay MS, cut BYTES, lie LENGTH [hold], trickle MS, "
@@ -285,6 +287,14 @@ CommandInterpreter::Action CommandInterpreter::parse_retell(Tokenizer& words, co
     };
 }
 
+CommandInterpreter::Action CommandInterpreter::parse_hold(Tokenizer& words, const std::string&) {
+    const std::chrono::milliseconds time = parse_time(words.require("TIME"), "time");
+    words.expect_end();
+    return [this, time] {
+        service_.set_hold(time);
+    };
+}
+
 CommandInterpreter::Action CommandInterpreter::parse_fault(Tokenizer& words, const std::string&) {
     const Fault fault = parse_fault_words(words);
     return [this, fault] {
@@ -398,6 +408,7 @@ void CommandInterpreter::list() {
                        .number("connections", service_.connection_count())
                        .text("fault", service_.faults().description())
                        .word("retell", service_.model().is_retelling() ? "on" : "off")
+                       .number("hold_ms", static_cast<std::uint64_t>(service_.hold().count()))
                        .line());
 }
 

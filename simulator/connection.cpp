@@ -13,10 +13,10 @@ constexpr std::chrono::milliseconds CLOSING_GRACE{5000};
 } // namespace
 
 Connection::Connection(std::uint64_t id, GSocketConnection* socket_connection,
-                       GMainContext* context, AnswerFunction answer, FinishedFunction finished)
+                       GMainContext* context, RequestFunction requested, FinishedFunction finished)
     : id_(id), connection_(G_SOCKET_CONNECTION(g_object_ref(socket_connection))),
       socket_(g_socket_connection_get_socket(socket_connection)), context_(context),
-      answer_(std::move(answer)), finished_(std::move(finished)) {
+      requested_(std::move(requested)), finished_(std::move(finished)) {
     g_socket_set_blocking(socket_, FALSE);
 }
 
@@ -63,13 +63,16 @@ void Connection::take(std::string_view bytes) {
     if (request_.state() == FrameReader::State::too_long) {
         finish();
     } else if (request_.state() == FrameReader::State::complete) {
-        answer_request();
+        state_ = State::waiting;
+        requested_(*this);
     }
 }
 
-void Connection::answer_request() {
-    state_ = State::waiting;
-    reply_ = answer_(*this);
+void Connection::reply(ReplyPlan plan) {
+    if (state_ != State::waiting) {
+        return;
+    }
+    reply_ = std::move(plan);
     if (reply_.withheld) {
         return;
     }

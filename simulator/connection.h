@@ -20,20 +20,23 @@ namespace printer_simulator {
 /// complete nothing ever times out here: a connection without a byte may stay for hours.
 class Connection {
 public:
-    /// Chooses the reply to a complete request text.
-    using AnswerFunction = std::function<ReplyPlan(Connection&)>;
+    /// Told once, when the request is complete. Calls `reply`, at once or later.
+    using RequestFunction = std::function<void(Connection&)>;
     /// Told once, when the socket is closed. Must not destroy the connection, whose functions may
     /// still be running, but may arrange for that later.
     using FinishedFunction = std::function<void(Connection&)>;
 
     /// `socket_connection` is shared with the caller. Reading begins at `start`.
     Connection(std::uint64_t id, GSocketConnection* socket_connection, GMainContext* context,
-               AnswerFunction answer, FinishedFunction finished);
+               RequestFunction requested, FinishedFunction finished);
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
     ~Connection();
 
     void start();
+
+    /// Answers the request, once it is complete. Does nothing when the connection has ended.
+    void reply(ReplyPlan plan);
 
     /// Closes the socket at once, whatever is going on.
     void finish();
@@ -52,7 +55,6 @@ private:
 
     bool read_available();
     void take(std::string_view bytes);
-    void answer_request();
     void begin_sending();
     void send_more();
     bool send_piece(std::size_t limit);
@@ -63,7 +65,7 @@ private:
     GObjectPtr<GSocketConnection> connection_;
     GSocket* const socket_;
     GMainContext* const context_;
-    AnswerFunction answer_;
+    RequestFunction requested_;
     FinishedFunction finished_;
 
     State state_ = State::reading;

@@ -1,6 +1,7 @@
 #include "printer_service.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace printer_simulator {
 
@@ -29,6 +30,10 @@ std::string_view event_kind_name(const PublishedEvent& event) {
         return "raw";
     }
     return *event.kind == EventKind::show ? "show" : "remove";
+}
+
+std::string_view quoted_text(const Connection& connection) {
+    return std::string_view(connection.request().text()).substr(STATUS_REQUEST.size());
 }
 
 } // namespace
@@ -107,7 +112,7 @@ void PrinterService::accepted(GSocketConnection* socket_connection) {
     const std::uint64_t id = ++last_connection_id_;
     tell(Occurrence("connection opened").number("id", id).routine());
     auto connection = std::make_unique<Connection>(
-        id, socket_connection, context_.get(), [this](Connection& c) { return answer(c); },
+        id, socket_connection, context_.get(), [this](Connection& c) { take_request(c); },
         [this](Connection& c) { connection_finished(c); });
     connection->start();
     connections_.emplace(id, std::move(connection));
@@ -126,46 +131,68 @@ void PrinterService::connection_finished(Connection& connection) {
              .number("received", connection.received_bytes())
              .number("sent", connection.sent_bytes())
              .routine(connection.outcome() != "broken"));
+    held_.erase(connection.id());
     auto node = connections_.extract(connection.id());
     if (!node.empty()) {
         finished_.push_back(std::move(node.mapped()));
     }
 }
 
-ReplyPlan PrinterService::answer(Connection& connection) {
+void PrinterService::take_request(Connection& connection) {
     const FrameReader& request = connection.request();
     if (observer_.exchanged) {
         observer_.exchanged(connection.id(), true, request.prefix() + request.text());
     }
-    const std::string_view text = request.text();
-    ReplyPlan plan;
-    if (text.starts_with(STATUS_REQUEST)) {
-        plan = answer_status(connection, text.substr(STATUS_REQUEST.size()));
-    } else if (const auto command = parse_job_command(text)) {
-        plan = answer_command(connection, *command);
+    if (request.text().starts_with(STATUS_REQUEST)) {
+        take_status_request(connection);
+    } else if (const auto command = parse_job_command(request.text())) {
+        take_command(connection, *command);
     } else {
-        plan = answer_unreadable(connection);
+        take_unreadable(connection);
     }
-    if (observer_.exchanged && !plan.withheld && !plan.reset) {
-        observer_.exchanged(connection.id(), false, plan.bytes);
-    }
-    return plan;
 }
 
-ReplyPlan PrinterService::answer_status(const Connection& connection, std::string_view quoted) {
-    const StatusReply reply = model_.choose_reply(quoted);
-    const bool routine = reply.quoted == Quoted::known && !reply.is_new;
+void PrinterService::take_status_request(Connection& connection) {
+    const StatusReply reply = model_.choose_reply(quoted_text(connection));
     tell(Occurrence("request status")
              .number("connection", connection.id())
              .number("size", connection.request().text().size())
              .word("quoted", quoted_name(reply.quoted))
              .number("position", reply.position)
              .routine(reply.quoted == Quoted::known));
+    if (!reply.is_new && hold_.count() != 0) {
+        hold_request(connection);
+    } else {
+        answer_status(connection, reply);
+    }
+}
+
+void PrinterService::hold_request(Connection& connection) {
+    tell(Occurrence("request held").number("connection", connection.id()).routine());
+    held_[connection.id()] = MainSource::timer(context_.get(), hold_, [this, &connection] {
+        held_.erase(connection.id());
+        answer_status(connection, model_.choose_reply(quoted_text(connection)));
+        return false;
+    });
+}
+
+void PrinterService::answer_held() {
+    for (const auto& [id, timer] : std::exchange(held_, {})) {
+        const auto found = connections_.find(id);
+        if (found != connections_.end()) {
+            Connection& connection = *found->second;
+            answer_status(connection, model_.choose_reply(quoted_text(connection)));
+        }
+    }
+}
+
+void PrinterService::answer_status(Connection& connection, const StatusReply& reply) {
     Occurrence occurrence("reply status");
     occurrence.number("connection", connection.id())
         .number("event", reply.event)
         .word("new", reply.is_new ? "yes" : "no");
     SpoiledReply spoiled = with_fault(faults_.next_status_reply(), reply.text, occurrence);
+    const bool routine = reply.quoted == Quoted::known && !reply.is_new;
     tell(occurrence.routine(routine && !occurrence.has("fault")));
     switch (spoiled.delivery) {
     case SpoiledReply::Delivery::whole:
@@ -180,10 +207,10 @@ ReplyPlan PrinterService::answer_status(const Connection& connection, std::strin
     case SpoiledReply::Delivery::failed:
         break;
     }
-    return std::move(spoiled.plan);
+    send(connection, std::move(spoiled.plan));
 }
 
-ReplyPlan PrinterService::answer_command(const Connection& connection, const JobCommand& command) {
+void PrinterService::take_command(Connection& connection, const JobCommand& command) {
     const CommandOutcome outcome = model_.execute(command);
     tell(Occurrence("request command")
              .number("connection", connection.id())
@@ -202,27 +229,35 @@ ReplyPlan PrinterService::answer_command(const Connection& connection, const Job
         schedule_failure(command, *outcome.fails_again_after);
     }
     if (!outcome.action_known) {
-        return action_result(connection, "unknown-action");
+        answer_command(connection, "unknown-action");
+    } else {
+        answer_command(connection, outcome.job_known ? "accepted" : "unknown-job");
     }
-    return action_result(connection, outcome.job_known ? "accepted" : "unknown-job");
 }
 
-ReplyPlan PrinterService::answer_unreadable(const Connection& connection) {
+void PrinterService::take_unreadable(Connection& connection) {
     const std::string& text = connection.request().text();
     tell(Occurrence("request unreadable")
              .number("connection", connection.id())
              .number("size", text.size())
              .text("text", std::string_view(text).substr(0, SHOWN_TEXT_LIMIT)));
-    return action_result(connection, "unreadable-request");
+    answer_command(connection, "unreadable-request");
 }
 
-ReplyPlan PrinterService::action_result(const Connection& connection, std::string_view result) {
+void PrinterService::answer_command(Connection& connection, std::string_view result) {
     Occurrence occurrence("reply command");
     occurrence.number("connection", connection.id()).word("result", result);
     SpoiledReply spoiled =
         with_fault(faults_.next_command_reply(), action_result_document(result), occurrence);
     tell(occurrence);
-    return std::move(spoiled.plan);
+    send(connection, std::move(spoiled.plan));
+}
+
+void PrinterService::send(Connection& connection, ReplyPlan plan) {
+    if (observer_.exchanged && !plan.withheld && !plan.reset) {
+        observer_.exchanged(connection.id(), false, plan.bytes);
+    }
+    connection.reply(std::move(plan));
 }
 
 SpoiledReply PrinterService::with_fault(const std::optional<ActiveFaults::Turn>& turn,
@@ -299,6 +334,12 @@ void PrinterService::set_retelling(bool on) {
     tell_settings();
 }
 
+void PrinterService::set_hold(std::chrono::milliseconds time) {
+    hold_ = time;
+    answer_held();
+    tell_settings();
+}
+
 void PrinterService::stop(std::optional<std::chrono::milliseconds> back_after) {
     stop_listening();
     while (!connections_.empty()) {
@@ -343,10 +384,13 @@ void PrinterService::tell_published(const PublishedEvent& event) {
             .text("text", event.error.text);
     }
     tell(occurrence);
+    answer_held();
 }
 
 void PrinterService::tell_settings() const {
-    tell(Occurrence("settings").word("retell", model_.is_retelling() ? "on" : "off"));
+    tell(Occurrence("settings")
+             .word("retell", model_.is_retelling() ? "on" : "off")
+             .number("hold_ms", static_cast<std::uint64_t>(hold_.count())));
 }
 
 void PrinterService::tell(const Occurrence& occurrence) const {

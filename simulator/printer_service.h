@@ -73,6 +73,11 @@ public:
     /// `PrinterModel::set_retelling` says.
     void set_retelling(bool on);
 
+    /// Lets a status request without news wait up to `time` for the next event before it is
+    /// answered; 0, as at first, answers at once. Requests that wait are answered now.
+    void set_hold(std::chrono::milliseconds time);
+    std::chrono::milliseconds hold() const noexcept { return hold_; }
+
     /// Stops listening and drops every connection, as when the service's process ends; the model
     /// keeps its state. With a time it comes back by itself after that.
     void stop(std::optional<std::chrono::milliseconds> back_after = std::nullopt);
@@ -89,11 +94,15 @@ private:
     void accepted(GSocketConnection* socket_connection);
     void connection_finished(Connection& connection);
 
-    ReplyPlan answer(Connection& connection);
-    ReplyPlan answer_status(const Connection& connection, std::string_view quoted);
-    ReplyPlan answer_command(const Connection& connection, const JobCommand& command);
-    ReplyPlan answer_unreadable(const Connection& connection);
-    ReplyPlan action_result(const Connection& connection, std::string_view result);
+    void take_request(Connection& connection);
+    void take_status_request(Connection& connection);
+    void take_command(Connection& connection, const JobCommand& command);
+    void take_unreadable(Connection& connection);
+    void hold_request(Connection& connection);
+    void answer_held();
+    void answer_status(Connection& connection, const StatusReply& reply);
+    void answer_command(Connection& connection, std::string_view result);
+    void send(Connection& connection, ReplyPlan plan);
     SpoiledReply with_fault(const std::optional<ActiveFaults::Turn>& turn, const std::string& text,
                             Occurrence& occurrence);
 
@@ -112,6 +121,8 @@ private:
     std::uint64_t last_connection_id_ = 0;
     std::map<std::uint64_t, std::unique_ptr<Connection>> connections_;
     std::vector<std::unique_ptr<Connection>> finished_; // freed at the next connection
+    std::chrono::milliseconds hold_{0};
+    std::map<std::uint64_t, MainSource> held_; // by connection: requests that wait for news
     std::uint64_t last_failure_id_ = 0;
     std::map<std::uint64_t, MainSource> failures_; // jobs about to fail again
     MainSource comeback_;

@@ -13,6 +13,9 @@ namespace {
 const PrinterError RIBBON{"Front Desk", "17", "110", "3", "Print ribbon out or missing.", "0"};
 const PrinterError CARD{"Back Office", "4", "111", "4", "Card not picked.", "0"};
 
+// Longer than any test: what takes that time must not be waited for.
+constexpr std::chrono::minutes LONG{10};
+
 class Service : public testing::Test {
 protected:
     void publish(const PrinterError& error) {
@@ -22,6 +25,18 @@ protected:
         Tokenizer tokenizer(words);
         const Fault fault = parse_fault_words(tokenizer);
         service_.call([&](PrinterService& service) { service.set_fault(fault); });
+    }
+    void hold(std::chrono::milliseconds time) {
+        service_.call([time](PrinterService& service) { service.set_hold(time); });
+    }
+    // Sends a status request and leaves it without its answer.
+    std::unique_ptr<WireClient> ask(std::string_view quoted) {
+        auto client = std::make_unique<WireClient>(service_.port());
+        client->send(framed(std::string(STATUS_REQUEST) + std::string(quoted)));
+        return client;
+    }
+    static std::string answer_to(WireClient& client) {
+        return client.receive_until_closed().substr(PREFIX_SIZE);
     }
     std::string poll(std::string_view quoted = {}) { return poll_status(service_.port(), quoted); }
     std::string raw_poll() { return raw_exchange(service_.port(), STATUS_REQUEST); }
@@ -339,6 +354,85 @@ TEST_F(Service, spoils_replies_of_both_kinds_in_different_ways) {
     service_.call([](PrinterService& service) {
         EXPECT_EQ(service.faults().description(), "reset on commands");
     });
+}
+
+TEST_F(Service, holds_a_request_until_there_is_news) {
+    publish(RIBBON);
+    const std::string first = poll();
+    hold(LONG);
+    const auto waiting = ask(first);
+    log_.wait_for("request held");
+    EXPECT_EQ(element(poll(), "PrinterName"), "Front Desk") << "this client has news";
+    EXPECT_FALSE(waiting->is_readable_within(std::chrono::milliseconds(50)));
+    publish(CARD);
+    EXPECT_EQ(element(answer_to(*waiting), "PrinterName"), "Back Office");
+}
+
+TEST_F(Service, answers_a_held_request_after_its_time) {
+    publish(RIBBON);
+    const std::string first = poll();
+    hold(std::chrono::milliseconds(80));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(poll(first), first);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(79));
+    service_.call([](PrinterService& service) { service.set_retelling(false); });
+    EXPECT_EQ(poll(first), idle_document_after(1));
+    log_.wait_for("request held", 2);
+}
+
+TEST_F(Service, takes_commands_while_it_holds_requests) {
+    publish(RIBBON);
+    const std::string first = poll();
+    hold(LONG);
+    const auto one = ask(first);
+    const auto other = ask(first);
+    log_.wait_for("request held", 2);
+    command(ACTION_CANCEL);
+    EXPECT_NE(answer_to(*one).find("<RemovePrinterError>"), std::string::npos);
+    EXPECT_NE(answer_to(*other).find("<RemovePrinterError>"), std::string::npos);
+}
+
+TEST_F(Service, forgets_a_held_request_with_its_connection) {
+    hold(LONG);
+    const std::string idle = idle_document();
+    ask(idle)->reset();
+    log_.wait_for("connection closed");
+    const auto waiting = ask(idle);
+    log_.wait_for("request held", 2);
+    publish(RIBBON);
+    EXPECT_EQ(element(answer_to(*waiting), "PrinterName"), "Front Desk");
+    EXPECT_EQ(log_.all("reply status").size(), 1U);
+}
+
+TEST_F(Service, answers_held_requests_when_it_is_to_hold_no_longer) {
+    hold(LONG);
+    const auto waiting = ask(idle_document());
+    log_.wait_for("request held");
+    hold(std::chrono::milliseconds(0));
+    EXPECT_EQ(answer_to(*waiting), idle_document());
+    EXPECT_EQ(poll(idle_document()), idle_document());
+    EXPECT_EQ(log_.wait_for("settings", 2).line(), "settings retell=on hold_ms=0");
+}
+
+TEST_F(Service, drops_held_requests_when_stopped) {
+    hold(LONG);
+    const auto waiting = ask(idle_document());
+    log_.wait_for("request held");
+    service_.call([](PrinterService& service) { service.stop(); });
+    EXPECT_EQ(waiting->receive_until_closed(), "");
+    service_.call([](PrinterService& service) { service.start(); });
+    publish(RIBBON);
+    EXPECT_EQ(element(poll(idle_document()), "PrinterName"), "Front Desk");
+}
+
+TEST_F(Service, spoils_the_reply_to_a_held_request) {
+    hold(LONG);
+    const auto waiting = ask(idle_document());
+    log_.wait_for("request held");
+    set_fault("reset times 1 on status");
+    publish(RIBBON);
+    EXPECT_TRUE(waiting->ends_with_reset());
+    EXPECT_EQ(element(poll(idle_document()), "PrinterName"), "Front Desk");
 }
 
 TEST_F(Service, drops_its_connections_when_stopped_and_keeps_its_state) {

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <stdexcept>
+#include <utility>
 
 #include "wire.h"
 
@@ -30,7 +31,9 @@ WireClient::WireClient(std::uint16_t port) : socket_(::socket(AF_INET, SOCK_STRE
 }
 
 WireClient::~WireClient() {
-    ::close(socket_);
+    if (socket_ >= 0) {
+        ::close(socket_);
+    }
 }
 
 void WireClient::send(std::string_view bytes) {
@@ -45,6 +48,12 @@ void WireClient::send(std::string_view bytes) {
 
 void WireClient::shut_down_sending() {
     ::shutdown(socket_, SHUT_WR);
+}
+
+void WireClient::reset() {
+    const linger at_once{1, 0};
+    ::setsockopt(socket_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+    ::close(std::exchange(socket_, -1));
 }
 
 std::string WireClient::receive(std::size_t count) {

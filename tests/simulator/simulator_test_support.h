@@ -30,6 +30,8 @@ public:
 
     void send(std::string_view bytes);
     void shut_down_sending();
+    /// Ends the connection with a reset; nothing can be done with it then.
+    void reset();
     /// Up to `count` bytes; fewer only when the peer closed. Throws std::runtime_error at DEADLINE.
     std::string receive(std::size_t count);
     std::string receive_until_closed();

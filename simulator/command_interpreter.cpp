@@ -115,6 +115,8 @@ const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::command
          "tell the newest event again when there is none newer (on), or nothing (off)"},
         {"hold", &Self::parse_hold, "hold TIME",
          "let a status request without news wait up to TIME for the next event"},
+        {"carry-out", &Self::parse_carry_out, "carry-out TIME",
+         "let a job command take effect TIME after it came in; its error stays open until then"},
         {"fault", &Self::parse_fault,
          "fault KIND [VALUE] [times N] [1 in N [seed S]] [on status|commands|both] [hold] [bare]",
          "none, refuse, reset, silent, delay MS, cut BYTES, lie LENGTH [hold], trickle MS, "
@@ -295,6 +297,15 @@ CommandInterpreter::Action CommandInterpreter::parse_hold(Tokenizer& words, cons
     };
 }
 
+CommandInterpreter::Action CommandInterpreter::parse_carry_out(Tokenizer& words,
+                                                               const std::string&) {
+    const std::chrono::milliseconds time = parse_time(words.require("TIME"), "time");
+    words.expect_end();
+    return [this, time] {
+        service_.set_carry_out(time);
+    };
+}
+
 CommandInterpreter::Action CommandInterpreter::parse_fault(Tokenizer& words, const std::string&) {
     const Fault fault = parse_fault_words(words);
     return [this, fault] {
@@ -401,15 +412,17 @@ void CommandInterpreter::list() {
                            .number("event", open.event)
                            .line());
     }
-    output_.answer(Occurrence("listed")
-                       .number("errors", errors.size())
-                       .number("events", service_.model().newest_event())
-                       .word("listening", service_.is_listening() ? "yes" : "no")
-                       .number("connections", service_.connection_count())
-                       .text("fault", service_.faults().description())
-                       .word("retell", service_.model().is_retelling() ? "on" : "off")
-                       .number("hold_ms", static_cast<std::uint64_t>(service_.hold().count()))
-                       .line());
+    output_.answer(
+        Occurrence("listed")
+            .number("errors", errors.size())
+            .number("events", service_.model().newest_event())
+            .word("listening", service_.is_listening() ? "yes" : "no")
+            .number("connections", service_.connection_count())
+            .text("fault", service_.faults().description())
+            .word("retell", service_.model().is_retelling() ? "on" : "off")
+            .number("hold_ms", static_cast<std::uint64_t>(service_.hold().count()))
+            .number("carry_out_ms", static_cast<std::uint64_t>(service_.carry_out().count()))
+            .line());
 }
 
 void CommandInterpreter::help() {

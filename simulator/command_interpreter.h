@@ -78,6 +78,7 @@ private:
     Action parse_fail_again(Tokenizer& words, const std::string& where);
     Action parse_retell(Tokenizer& words, const std::string& where);
     Action parse_hold(Tokenizer& words, const std::string& where);
+    Action parse_carry_out(Tokenizer& words, const std::string& where);
     Action parse_fault(Tokenizer& words, const std::string& where);
     Action parse_stop(Tokenizer& words, const std::string& where);
     Action parse_start(Tokenizer& words, const std::string& where);

@@ -72,13 +72,20 @@ void PrinterModel::plan_failures(const std::string& printer, const std::string& 
     }
 }
 
-CommandOutcome PrinterModel::execute(const JobCommand& command) {
+CommandSubject PrinterModel::subject_of(const JobCommand& command) const {
+    const auto open = open_.find(JobKey(command.printer, command.job));
+    CommandSubject subject;
+    subject.job_known = open != open_.end();
+    subject.action_known = action_name(command.action) != "unknown";
+    subject.event = subject.job_known ? open->second.event : 0;
+    return subject;
+}
+
+CommandOutcome PrinterModel::execute(const JobCommand& command, const CommandSubject& subject) {
     const JobKey key(command.printer, command.job);
     const auto open = open_.find(key);
     CommandOutcome outcome;
-    outcome.job_known = open != open_.end();
-    outcome.action_known = action_name(command.action) != "unknown";
-    if (!outcome.job_known || !outcome.action_known) {
+    if (!subject.action_known || open == open_.end() || open->second.event != subject.event) {
         return outcome;
     }
     const auto plan = plans_.find(key);

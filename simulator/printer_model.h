@@ -36,10 +36,15 @@ struct StatusReply {
     bool is_new = false; ///< the client has not got this event yet
 };
 
+/// What a job command is about.
+struct CommandSubject {
+    bool job_known = false; ///< the job has an open error
+    bool action_known = false;
+    EventNumber event = 0; ///< as which that error was published; 0 without one
+};
+
 /// What a job command did.
 struct CommandOutcome {
-    bool job_known = false;
-    bool action_known = false;
     std::optional<PublishedEvent> withdrawn;
     /// Set when the job is to fail again: call `fail_again_now` after this time.
     std::optional<std::chrono::milliseconds> fails_again_after;
@@ -64,9 +69,13 @@ public:
     void plan_failures(const std::string& printer, const std::string& job, std::uint64_t times,
                        std::chrono::milliseconds after);
 
-    /// Cancel and resume withdraw the job's error, and so does retry, after which the job may fail
-    /// again as planned. Any other action, or a job without an error, changes nothing.
-    CommandOutcome execute(const JobCommand& command);
+    /// What a command that comes now is about. Changes nothing.
+    CommandSubject subject_of(const JobCommand& command) const;
+
+    /// Carries a command out, now or after a while: cancel and resume withdraw the error that it
+    /// is about, and so does retry, after which the job may fail again as planned. An unknown
+    /// action, a job without an error, or one with another error by now changes nothing.
+    CommandOutcome execute(const JobCommand& command, const CommandSubject& subject);
 
     /// Publishes the error of a retried job again; nothing when it was cleared meanwhile.
     std::optional<PublishedEvent> fail_again_now(const std::string& printer,

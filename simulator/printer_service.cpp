@@ -211,7 +211,7 @@ void PrinterService::answer_status(Connection& connection, const StatusReply& re
 }
 
 void PrinterService::take_command(Connection& connection, const JobCommand& command) {
-    const CommandOutcome outcome = model_.execute(command);
+    const CommandSubject subject = model_.subject_of(command);
     tell(Occurrence("request command")
              .number("connection", connection.id())
              .number("size", connection.request().text().size())
@@ -220,19 +220,48 @@ void PrinterService::take_command(Connection& connection, const JobCommand& comm
              .word("action", std::to_string(command.action))
              .word("action_name", action_name(command.action))
              .text("error_code", command.error_code)
-             .word("known", outcome.job_known ? "yes" : "no")
+             .word("known", subject.job_known ? "yes" : "no")
              .text("text", connection.request().text()));
+    if (carry_out_.count() == 0) {
+        execute(command, subject);
+    } else if (subject.job_known && subject.action_known) {
+        plan_command(command, subject);
+    }
+    if (!subject.action_known) {
+        answer_command(connection, "unknown-action");
+    } else {
+        answer_command(connection, subject.job_known ? "accepted" : "unknown-job");
+    }
+}
+
+void PrinterService::plan_command(const JobCommand& command, const CommandSubject& subject) {
+    tell(Occurrence("command planned")
+             .text("printer", command.printer)
+             .text("job", command.job)
+             .word("action_name", action_name(command.action))
+             .number("after_ms", static_cast<std::uint64_t>(carry_out_.count())));
+    const std::uint64_t id = ++last_command_id_;
+    commands_[id] = MainSource::timer(context_.get(), carry_out_, [this, id, command, subject] {
+        const bool done = execute(command, subject);
+        tell(Occurrence("command carried out")
+                 .text("printer", command.printer)
+                 .text("job", command.job)
+                 .word("action_name", action_name(command.action))
+                 .word("withdrawn", done ? "yes" : "no"));
+        commands_.erase(id);
+        return false;
+    });
+}
+
+bool PrinterService::execute(const JobCommand& command, const CommandSubject& subject) {
+    const CommandOutcome outcome = model_.execute(command, subject);
     if (outcome.withdrawn) {
         tell_published(*outcome.withdrawn);
     }
     if (outcome.fails_again_after) {
         schedule_failure(command, *outcome.fails_again_after);
     }
-    if (!outcome.action_known) {
-        answer_command(connection, "unknown-action");
-    } else {
-        answer_command(connection, outcome.job_known ? "accepted" : "unknown-job");
-    }
+    return outcome.withdrawn.has_value();
 }
 
 void PrinterService::take_unreadable(Connection& connection) {
@@ -340,6 +369,11 @@ void PrinterService::set_hold(std::chrono::milliseconds time) {
     tell_settings();
 }
 
+void PrinterService::set_carry_out(std::chrono::milliseconds time) {
+    carry_out_ = time;
+    tell_settings();
+}
+
 void PrinterService::stop(std::optional<std::chrono::milliseconds> back_after) {
     stop_listening();
     while (!connections_.empty()) {
@@ -390,7 +424,8 @@ void PrinterService::tell_published(const PublishedEvent& event) {
 void PrinterService::tell_settings() const {
     tell(Occurrence("settings")
              .word("retell", model_.is_retelling() ? "on" : "off")
-             .number("hold_ms", static_cast<std::uint64_t>(hold_.count())));
+             .number("hold_ms", static_cast<std::uint64_t>(hold_.count()))
+             .number("carry_out_ms", static_cast<std::uint64_t>(carry_out_.count())));
 }
 
 void PrinterService::tell(const Occurrence& occurrence) const {

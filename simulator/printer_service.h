@@ -78,6 +78,11 @@ public:
     void set_hold(std::chrono::milliseconds time);
     std::chrono::milliseconds hold() const noexcept { return hold_; }
 
+    /// Lets a command take effect `time` after it came in, 0, as at first, at once. It is answered
+    /// at once in any case. Commands that are under way keep their time.
+    void set_carry_out(std::chrono::milliseconds time);
+    std::chrono::milliseconds carry_out() const noexcept { return carry_out_; }
+
     /// Stops listening and drops every connection, as when the service's process ends; the model
     /// keeps its state. With a time it comes back by itself after that.
     void stop(std::optional<std::chrono::milliseconds> back_after = std::nullopt);
@@ -97,6 +102,8 @@ private:
     void take_request(Connection& connection);
     void take_status_request(Connection& connection);
     void take_command(Connection& connection, const JobCommand& command);
+    void plan_command(const JobCommand& command, const CommandSubject& subject);
+    bool execute(const JobCommand& command, const CommandSubject& subject);
     void take_unreadable(Connection& connection);
     void hold_request(Connection& connection);
     void answer_held();
@@ -123,6 +130,9 @@ private:
     std::vector<std::unique_ptr<Connection>> finished_; // freed at the next connection
     std::chrono::milliseconds hold_{0};
     std::map<std::uint64_t, MainSource> held_; // by connection: requests that wait for news
+    std::chrono::milliseconds carry_out_{0};
+    std::uint64_t last_command_id_ = 0;
+    std::map<std::uint64_t, MainSource> commands_; // those to be carried out
     std::uint64_t last_failure_id_ = 0;
     std::map<std::uint64_t, MainSource> failures_; // jobs about to fail again
     MainSource comeback_;

@@ -232,15 +232,21 @@ TEST_F(Interpreter, sets_the_time_for_which_requests_are_held) {
     EXPECT_EQ(last_complaint(), "stdin:1: bad time \"on\"; usage: hold TIME");
 }
 
+TEST_F(Interpreter, sets_the_time_after_which_commands_are_carried_out) {
+    run("carry-out 600ms");
+    EXPECT_EQ(service_.carry_out().count(), 600);
+    run("carry-out");
+    EXPECT_EQ(last_complaint(), "stdin:1: missing TIME; usage: carry-out TIME");
+}
+
 TEST_F(Interpreter, lists_open_errors_so_that_they_can_be_typed_again) {
     run(R"(error "a b" "\xff" 110 3 "x\ty")");
     run("list");
     ASSERT_EQ(answers_.size(), 2U);
     EXPECT_EQ(answers_[0], R"(open error printer="a b" job="\377" error_code="110" severity="3")"
                            R"( text="x\ty" event=1)");
-    EXPECT_EQ(
-        answers_[1],
-        "listed errors=1 events=1 listening=no connections=0 fault=\"none\" retell=on hold_ms=0");
+    EXPECT_EQ(answers_[1], "listed errors=1 events=1 listening=no connections=0 fault=\"none\" "
+                           "retell=on hold_ms=0 carry_out_ms=0");
 }
 
 TEST_F(Interpreter, helps_with_every_command) {
@@ -250,8 +256,8 @@ TEST_F(Interpreter, helps_with_every_command) {
         help += line + "\n";
     }
     for (const char* name :
-         {"error", "clear", "clear-all", "fail-again", "raw", "raw-file", "retell", "hold", "fault",
-          "stop", "start", "repeat", "list", "help", "quit"}) {
+         {"error", "clear", "clear-all", "fail-again", "raw", "raw-file", "retell", "hold",
+          "carry-out", "fault", "stop", "start", "repeat", "list", "help", "quit"}) {
         EXPECT_NE(help.find("\n  " + std::string(name)), std::string::npos) << name;
     }
     EXPECT_TRUE(complaints_.empty());

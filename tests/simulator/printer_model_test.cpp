@@ -27,6 +27,11 @@ private:
     std::string quoted_;
 };
 
+// Carries a command out as soon as it comes.
+CommandOutcome execute(PrinterModel& model, const JobCommand& command) {
+    return model.execute(command, model.subject_of(command));
+}
+
 TEST(PrinterModel, gives_the_idle_document_before_any_event) {
     PrinterModel model;
     const StatusReply reply = model.choose_reply("");
@@ -223,9 +228,10 @@ class PrinterModelCommand : public testing::TestWithParam<int> {};
 TEST_P(PrinterModelCommand, withdraws_the_error) {
     PrinterModel model;
     model.publish_error(RIBBON);
-    const CommandOutcome outcome = model.execute({"Front Desk", "17", "110", GetParam()});
-    EXPECT_TRUE(outcome.job_known);
-    EXPECT_TRUE(outcome.action_known);
+    const JobCommand command{"Front Desk", "17", "110", GetParam()};
+    EXPECT_TRUE(model.subject_of(command).job_known);
+    EXPECT_TRUE(model.subject_of(command).action_known);
+    const CommandOutcome outcome = execute(model, command);
     ASSERT_TRUE(outcome.withdrawn);
     EXPECT_EQ(outcome.withdrawn->kind, EventKind::remove);
     EXPECT_FALSE(outcome.fails_again_after);
@@ -238,19 +244,34 @@ INSTANTIATE_TEST_SUITE_P(actions, PrinterModelCommand,
 TEST(PrinterModel, ignores_a_command_for_an_unknown_job) {
     PrinterModel model;
     model.publish_error(RIBBON);
-    const CommandOutcome outcome = model.execute({"Front Desk", "18", "110", ACTION_CANCEL});
-    EXPECT_FALSE(outcome.job_known);
-    EXPECT_FALSE(outcome.withdrawn);
+    const JobCommand command{"Front Desk", "18", "110", ACTION_CANCEL};
+    EXPECT_FALSE(model.subject_of(command).job_known);
+    EXPECT_FALSE(execute(model, command).withdrawn);
     EXPECT_EQ(model.open_error_count(), 1U);
 }
 
 TEST(PrinterModel, ignores_an_unknown_action) {
     PrinterModel model;
     model.publish_error(RIBBON);
-    const CommandOutcome outcome = model.execute({"Front Desk", "17", "110", 103});
-    EXPECT_TRUE(outcome.job_known);
-    EXPECT_FALSE(outcome.action_known);
+    const JobCommand command{"Front Desk", "17", "110", 103};
+    EXPECT_TRUE(model.subject_of(command).job_known);
+    EXPECT_FALSE(model.subject_of(command).action_known);
+    EXPECT_FALSE(execute(model, command).withdrawn);
     EXPECT_EQ(model.open_error_count(), 1U);
+}
+
+TEST(PrinterModel, carries_a_late_command_out_on_the_error_that_it_was_about) {
+    PrinterModel model;
+    model.publish_error(RIBBON);
+    const JobCommand command{"Front Desk", "17", "110", ACTION_RETRY};
+    const CommandSubject subject = model.subject_of(command);
+    EXPECT_EQ(subject.event, 1U);
+    model.publish_error(CARD);
+    EXPECT_TRUE(model.execute(command, subject).withdrawn);
+    EXPECT_FALSE(model.execute(command, subject).withdrawn) << "it has gone";
+    model.publish_error(RIBBON);
+    EXPECT_FALSE(model.execute(command, subject).withdrawn) << "this one came later";
+    EXPECT_EQ(model.open_error_count(), 2U);
 }
 
 TEST(PrinterModel, lets_a_retried_job_fail_again_as_often_as_planned) {
@@ -258,7 +279,7 @@ TEST(PrinterModel, lets_a_retried_job_fail_again_as_often_as_planned) {
     model.plan_failures("Front Desk", "17", 2, std::chrono::milliseconds(50));
     model.publish_error(RIBBON);
     for (int retry = 0; retry < 2; ++retry) {
-        const CommandOutcome outcome = model.execute({"Front Desk", "17", "110", ACTION_RETRY});
+        const CommandOutcome outcome = execute(model, {"Front Desk", "17", "110", ACTION_RETRY});
         EXPECT_EQ(outcome.fails_again_after, std::chrono::milliseconds(50));
         EXPECT_EQ(model.open_error_count(), 0U);
         const auto event = model.fail_again_now("Front Desk", "17");
@@ -266,23 +287,23 @@ TEST(PrinterModel, lets_a_retried_job_fail_again_as_often_as_planned) {
         EXPECT_EQ(event->kind, EventKind::show);
         EXPECT_EQ(event->error.code, "110");
     }
-    EXPECT_FALSE(model.execute({"Front Desk", "17", "110", ACTION_RETRY}).fails_again_after);
+    EXPECT_FALSE(execute(model, {"Front Desk", "17", "110", ACTION_RETRY}).fails_again_after);
 }
 
 TEST(PrinterModel, forgets_planned_failures_when_the_job_is_cancelled) {
     PrinterModel model;
     model.plan_failures("Front Desk", "17", 2, std::chrono::milliseconds(50));
     model.publish_error(RIBBON);
-    model.execute({"Front Desk", "17", "110", ACTION_CANCEL});
+    execute(model, {"Front Desk", "17", "110", ACTION_CANCEL});
     model.publish_error(RIBBON);
-    EXPECT_FALSE(model.execute({"Front Desk", "17", "110", ACTION_RETRY}).fails_again_after);
+    EXPECT_FALSE(execute(model, {"Front Desk", "17", "110", ACTION_RETRY}).fails_again_after);
 }
 
 TEST(PrinterModel, does_not_fail_again_after_everything_was_cleared) {
     PrinterModel model;
     model.plan_failures("Front Desk", "17", 1, std::chrono::milliseconds(50));
     model.publish_error(RIBBON);
-    model.execute({"Front Desk", "17", "110", ACTION_RETRY});
+    execute(model, {"Front Desk", "17", "110", ACTION_RETRY});
     model.clear_all();
     EXPECT_FALSE(model.fail_again_now("Front Desk", "17"));
 }

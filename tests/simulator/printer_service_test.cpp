@@ -29,6 +29,9 @@ protected:
     void hold(std::chrono::milliseconds time) {
         service_.call([time](PrinterService& service) { service.set_hold(time); });
     }
+    void carry_out(std::chrono::milliseconds time) {
+        service_.call([time](PrinterService& service) { service.set_carry_out(time); });
+    }
     // Sends a status request and leaves it without its answer.
     std::unique_ptr<WireClient> ask(std::string_view quoted) {
         auto client = std::make_unique<WireClient>(service_.port());
@@ -411,7 +414,7 @@ TEST_F(Service, answers_held_requests_when_it_is_to_hold_no_longer) {
     hold(std::chrono::milliseconds(0));
     EXPECT_EQ(answer_to(*waiting), idle_document());
     EXPECT_EQ(poll(idle_document()), idle_document());
-    EXPECT_EQ(log_.wait_for("settings", 2).line(), "settings retell=on hold_ms=0");
+    EXPECT_EQ(log_.wait_for("settings", 2).line(), "settings retell=on hold_ms=0 carry_out_ms=0");
 }
 
 TEST_F(Service, drops_held_requests_when_stopped) {
@@ -433,6 +436,70 @@ TEST_F(Service, spoils_the_reply_to_a_held_request) {
     publish(RIBBON);
     EXPECT_TRUE(waiting->ends_with_reset());
     EXPECT_EQ(element(poll(idle_document()), "PrinterName"), "Front Desk");
+}
+
+TEST_F(Service, goes_on_telling_an_error_until_the_command_is_carried_out) {
+    publish(RIBBON);
+    const std::string first = poll();
+    carry_out(LONG);
+    EXPECT_EQ(
+        framed_exchange(service_.port(), job_command("Front Desk", "17", "110", ACTION_RETRY)),
+        action_result_document("accepted"));
+    EXPECT_EQ(log_.wait_for("command planned").line(),
+              "command planned printer=\"Front Desk\" job=\"17\" action_name=retry "
+              "after_ms=600000");
+    EXPECT_EQ(poll(first), first);
+    EXPECT_EQ(poll(), first);
+    service_.call([](PrinterService& service) {
+        service.set_retelling(false);
+        EXPECT_EQ(service.model().open_error_count(), 1U);
+    });
+    EXPECT_EQ(poll(first), idle_document_after(1));
+    EXPECT_EQ(poll(), first) << "it is open, and this client has not got it";
+}
+
+TEST_F(Service, carries_a_command_out_after_its_time) {
+    publish(RIBBON);
+    const std::string first = poll();
+    carry_out(std::chrono::milliseconds(80));
+    const auto start = std::chrono::steady_clock::now();
+    command(ACTION_RETRY);
+    EXPECT_EQ(log_.wait_for("command carried out").value("withdrawn"), "yes");
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(79));
+    EXPECT_NE(poll(first).find("<RemovePrinterError>"), std::string::npos);
+}
+
+TEST_F(Service, carries_out_only_the_first_of_two_commands_for_one_error) {
+    publish(RIBBON);
+    carry_out(std::chrono::milliseconds(50));
+    command(ACTION_RETRY);
+    command(ACTION_RETRY);
+    EXPECT_EQ(log_.wait_for("command carried out", 1).value("withdrawn"), "yes");
+    EXPECT_EQ(log_.wait_for("command carried out", 2).value("withdrawn"), "no");
+    EXPECT_EQ(log_.all("request command").size(), 2U);
+}
+
+TEST_F(Service, counts_the_time_to_the_next_failure_from_the_carrying_out) {
+    publish(RIBBON);
+    carry_out(std::chrono::milliseconds(50));
+    service_.call([](PrinterService& service) {
+        service.plan_failures("Front Desk", "17", 1, std::chrono::milliseconds(50));
+    });
+    const auto start = std::chrono::steady_clock::now();
+    command(ACTION_RETRY);
+    EXPECT_EQ(log_.wait_for("event published", 2).value("kind"), "remove");
+    EXPECT_EQ(log_.wait_for("event published", 3).value("kind"), "show");
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(98));
+}
+
+TEST_F(Service, plans_no_command_that_it_cannot_carry_out) {
+    publish(RIBBON);
+    carry_out(LONG);
+    command(ACTION_CANCEL, "99");
+    command(7);
+    EXPECT_EQ(log_.wait_for("reply command", 1).value("result"), "unknown-job");
+    EXPECT_EQ(log_.wait_for("reply command", 2).value("result"), "unknown-action");
+    EXPECT_TRUE(log_.all("command planned").empty());
 }
 
 TEST_F(Service, drops_its_connections_when_stopped_and_keeps_its_state) {

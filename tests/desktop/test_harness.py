@@ -12,7 +12,7 @@ from harness.desktop import Desktop, Settings
 from harness.editor import Editor
 from harness.program import Program
 from harness.sandbox import Sandbox, SandboxError
-from harness.service import Line, quote, unquote
+from harness.service import Line, Service, quote, unquote
 from harness.system_log import LogMessage, SystemLog
 from harness.waiting import DeadlineMissed, wait_until
 
@@ -171,6 +171,17 @@ def test_the_service_understands_odd_names(desktop):
     desktop.service.report(b'odd \xff "name"\n', b"job \\ 1", 110, 3)
     published = desktop.service.wait_for("event published")[0].fields
     assert (published["printer"], published["job"]) == (b'odd \xff "name"\n', b"job \\ 1")
+
+
+def test_the_service_is_as_strict_as_it_is_told_when_the_call_returns(sandbox):
+    service = Service(sandbox)
+    for change, now in [(lambda: service.retell(False), ("off", "0", "0")),
+                        (lambda: service.hold(1500), ("off", "1500", "0")),
+                        (lambda: service.carry_out(600.0), ("off", "1500", "600")),
+                        (lambda: service.retell(True), ("on", "1500", "600"))]:
+        change()
+        settings = service.lines("settings")[-1].fields
+        assert (settings["retell"], settings["hold_ms"], settings["carry_out_ms"]) == now
 
 
 def test_the_service_stops_and_goes_on(desktop):

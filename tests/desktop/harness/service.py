@@ -138,6 +138,24 @@ class Service:
     def fault(self, fault):
         self.say(f"fault {fault}")
 
+    def retell(self, on):
+        """Whether it tells its newest event again when there is none newer, as it does by default."""
+        self._set(f"retell {'on' if on else 'off'}")
+
+    def hold(self, milliseconds):
+        """How long a status request without news waits for some; 0 by default."""
+        self._set(f"hold {int(milliseconds)}")
+
+    def carry_out(self, milliseconds):
+        """How long after its arrival a job command takes effect; 0 by default."""
+        self._set(f"carry-out {int(milliseconds)}")
+
+    def _set(self, command):
+        # What comes over the net right afterwards must find it done.
+        count = len(self.lines("settings"))
+        self.say(command)
+        self.wait_for("settings", count + 1)
+
     def stop(self):
         """Stops listening, and waits until it has."""
         count = len(self.lines("service stopped"))

@@ -1,6 +1,5 @@
 """A translated box, through the default text domain and the system's directory of translations."""
 
-import shutil
 import subprocess
 
 import polib
@@ -47,9 +46,19 @@ def translations(tmp_path):
     write_translation(directory, "de", pseudo)
     write_translation(directory, "he", right_to_left)
     # GTK asks its own translation which way the language is written.
-    gtk = directory / "he/LC_MESSAGES/gtk30.mo"
-    shutil.copyfile(f"{SYSTEM}/he/LC_MESSAGES/gtk30.mo", gtk)
+    gtk = polib.POFile()
+    gtk.metadata["Content-Type"] = "text/plain; charset=UTF-8"
+    gtk.append(polib.POEntry(msgid="default:LTR", msgstr="default:RTL"))
+    gtk.save_as_mofile(str(directory / "he/LC_MESSAGES/gtk30.mo"))
     return directory
+
+
+@pytest.fixture
+def english(translations):
+    """The environment of a person whose locale is English; C.UTF-8 may translate nothing."""
+    locales = translations / "compiled"
+    make_locale(locales, "en_US.UTF-8", "en_US", "UTF-8")
+    return {"LANG": "en_US.UTF-8", "LOCPATH": f"{SYSTEM}/compiled"}
 
 
 def show_box(start_desktop, translations, environment):
@@ -70,8 +79,8 @@ def check_translated(desktop, box, translate):
     assert box.title == "Front desk"
 
 
-def test_language_translates_the_box(start_desktop, translations):
-    desktop, box = show_box(start_desktop, translations, {"LANGUAGE": "de"})
+def test_language_translates_the_box(start_desktop, translations, english):
+    desktop, box = show_box(start_desktop, translations, english | {"LANGUAGE": "de"})
     desktop.take_screenshot("translated")
     check_translated(desktop, box, pseudo)
     desktop.person.click(box, pseudo("Retry"))
@@ -94,8 +103,8 @@ def test_a_locale_without_utf_8_still_shows_what_it_can_write(start_desktop, tra
     check_translated(desktop, box, pseudo)
 
 
-def test_a_language_from_right_to_left_mirrors_the_box(start_desktop, translations):
-    desktop, box = show_box(start_desktop, translations, {"LANGUAGE": "he"})
+def test_a_language_from_right_to_left_mirrors_the_box(start_desktop, translations, english):
+    desktop, box = show_box(start_desktop, translations, english | {"LANGUAGE": "he"})
     check_translated(desktop, box, right_to_left)
     desktop.take_screenshot("right-to-left")
     assert box.icon.extents.x > box.text_area.extents.x
@@ -104,15 +113,15 @@ def test_a_language_from_right_to_left_mirrors_the_box(start_desktop, translatio
     assert box.buttons[0].extents.x < box.text_area.extents.x + 10
 
 
-def test_a_language_without_translation_shows_english(start_desktop, translations):
-    _, box = show_box(start_desktop, translations, {"LANGUAGE": "fr"})
+def test_a_language_without_translation_shows_english(start_desktop, translations, english):
+    _, box = show_box(start_desktop, translations, english | {"LANGUAGE": "fr"})
     assert box.labels == ["Retry", "Cancel"]
     assert box.text.startswith("Message 110: Print ribbon out or missing.\n\n")
 
 
-def test_the_lookup_stays_english(start_desktop, translations):
+def test_the_lookup_stays_english(start_desktop, translations, english):
     desktop = start_desktop(replaced={SYSTEM: translations}, window_manager=None)
     program = build_directory() / "zor-card-printer-error-ui"
     status, output, _ = desktop.sandbox.run([program, "--getstring", "36"],
-                                            environment={"LANGUAGE": "de"})
+                                            environment=english | {"LANGUAGE": "de"})
     assert (status, output) == (0, b"OK\n")

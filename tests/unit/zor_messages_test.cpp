@@ -3,6 +3,7 @@
 #include <libintl.h>
 
 #include <algorithm>
+#include <bit>
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
@@ -417,7 +418,8 @@ TEST(Catalogue, names_consecutive_ids) {
     EXPECT_EQ(IDS_PRINTER_ERROR_DIALOG_TITLE, -999950);
 }
 
-// A translation catalogue in the default text domain, for the test's own language.
+// A translation catalogue in the default text domain, for the test's own language, and a locale of
+// the test's own: some releases of the C library translate nothing in C.UTF-8.
 class Translation {
 public:
     Translation() {
@@ -428,13 +430,20 @@ public:
             << "msgid \"UNEXPECTED_TEXT_KEY:\"\nmsgstr \"Kein Text:\"\n";
         EXPECT_EQ(std::system("msgfmt -o /tmp/locale/xx/LC_MESSAGES/messages.mo /tmp/messages.po"),
                   0);
+        const std::string order = std::endian::native == std::endian::big ? "--big" : "--little";
+        EXPECT_EQ(std::system(("localedef --no-archive " + order +
+                               "-endian -i en_US -f UTF-8 /tmp/en_US.UTF-8")
+                                  .c_str()),
+                  0);
         bindtextdomain("messages", "/tmp/locale");
+        setenv("LOCPATH", "/tmp", 1);
         setenv("LANGUAGE", "xx", 1);
-        std::setlocale(LC_ALL, "C.UTF-8");
+        EXPECT_NE(std::setlocale(LC_ALL, "en_US.UTF-8"), nullptr);
     }
     ~Translation() {
         std::setlocale(LC_ALL, "C");
         unsetenv("LANGUAGE");
+        unsetenv("LOCPATH");
     }
     Translation(const Translation&) = delete;
     Translation& operator=(const Translation&) = delete;

@@ -171,7 +171,8 @@ def test_a_second_start_leaves_everything_to_the_first(desktop, first_options):
     for _ in range(3):
         assert desktop.start_program("--show-main-window").wait_for_end() == 0
     desktop.settle()
-    assert (first.threads(), len(desktop.person.windows())) == (threads, windows)
+    assert len(desktop.person.windows()) == windows
+    assert first.threads() <= threads  # GLib ends idle ones of its own
     assert len(desktop.log.messages("printer_io_thread_proc begin")) == 1
     desktop.service.report("A")
     desktop.person.wait_for_box("A")

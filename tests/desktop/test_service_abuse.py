@@ -214,7 +214,7 @@ def test_a_service_that_goes_and_comes_tens_of_times_is_polled_again_each_time(s
             visitor.call(f"restart {restart}")
     assert set(failures(desktop)) <= {"Failed to connect socket.", "Failed writing to socket.",
                                       "Empty receive.", "Receive failed."}
-    assert program.threads() == threads
+    assert program.threads() <= threads  # GLib ends idle ones of its own
     assert looks(desktop) == before
 
 

@@ -12,21 +12,10 @@
 namespace printer_simulator {
 
 SimulatorProgram::SimulatorProgram(ProgramOptions options)
-    : options_(std::move(options)),
-      loop_(g_main_loop_new(nullptr, FALSE)),
-      service_({[this](const Occurrence& occurrence) { show(occurrence); },
-                options_.capture_directory.empty()
-                    ? std::function<void(std::uint64_t, bool, std::string_view)>()
-                    : [this](std::uint64_t connection, bool is_request, std::string_view frame) {
-                          capture(connection, is_request, frame);
-                      }}),
+    : options_(std::move(options)), loop_(g_main_loop_new(nullptr, FALSE)),
+      service_({[this](const Occurrence& occurrence) { show(occurrence); }, frame_listener()}),
       timeline_(nullptr, [this] { end_if_all_is_done(); }),
-      interpreter_(service_, timeline_,
-                   {[this](std::string_view line) { write_line(line); },
-                    [](const std::string& where, const std::string& message) {
-                        std::fprintf(stderr, "%s: %s\n", where.c_str(), message.c_str());
-                    },
-                    [this] { end("quit"); }}),
+      interpreter_(service_, timeline_, interpreter_output()),
       input_lines_([this](std::string_view line, unsigned number) {
           interpreter_.execute(line, "stdin:" + std::to_string(number));
       }) {}
@@ -122,6 +111,29 @@ void SimulatorProgram::show(const Occurrence& occurrence) const {
     if (options_.verbose || !occurrence.is_routine()) {
         write_line(occurrence.line());
     }
+}
+
+InterpreterOutput SimulatorProgram::interpreter_output() {
+    InterpreterOutput output;
+    output.answer = [this](std::string_view line) {
+        write_line(line);
+    };
+    output.complain = [](const std::string& where, const std::string& message) {
+        std::fprintf(stderr, "%s: %s\n", where.c_str(), message.c_str());
+    };
+    output.quit = [this] {
+        end("quit");
+    };
+    return output;
+}
+
+std::function<void(std::uint64_t, bool, std::string_view)> SimulatorProgram::frame_listener() {
+    if (options_.capture_directory.empty()) {
+        return {};
+    }
+    return [this](std::uint64_t connection, bool is_request, std::string_view frame) {
+        capture(connection, is_request, frame);
+    };
 }
 
 void SimulatorProgram::capture(std::uint64_t connection, bool is_request,

@@ -32,6 +32,9 @@ private:
     void end(std::string_view reason);
     void write_line(std::string_view line) const;
     void show(const Occurrence& occurrence) const;
+    InterpreterOutput interpreter_output();
+    /// What the service tells of each frame; empty when no directory takes them.
+    std::function<void(std::uint64_t, bool, std::string_view)> frame_listener();
     void capture(std::uint64_t connection, bool is_request, std::string_view frame) const;
 
     const ProgramOptions options_;

@@ -13,7 +13,7 @@ namespace {
 
 struct status_field {
     const char* element;
-    std::string ZORPrinterError::*text;
+    decltype(&ZORPrinterError::printer_name) text;
 };
 
 constexpr std::array<status_field, 6> FIELDS{{

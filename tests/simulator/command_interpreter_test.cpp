@@ -39,13 +39,17 @@ protected:
 
 private:
     InterpreterOutput output() {
-        return {[this](std::string_view line) { answers_.emplace_back(line); },
-                [this](const std::string& where, const std::string& message) {
-                    complaints_.push_back(where + ": " + message);
-                },
-                [this] {
-                    quit_ = true;
-                }};
+        InterpreterOutput output;
+        output.answer = [this](std::string_view line) {
+            answers_.emplace_back(line);
+        };
+        output.complain = [this](const std::string& where, const std::string& message) {
+            complaints_.push_back(where + ": " + message);
+        };
+        output.quit = [this] {
+            quit_ = true;
+        };
+        return output;
     }
 };
 

@@ -83,7 +83,8 @@ TEST_F(Service, answers_an_exchange_beside_silent_connections) {
 }
 
 TEST_F(Service, tells_a_silent_connection_from_a_served_one) {
-    { const WireClient silent(service_.port()); }
+    auto silent = std::make_unique<WireClient>(service_.port());
+    silent.reset();
     EXPECT_EQ(log_.wait_for("connection closed").value("outcome"), "silent");
     poll();
     log_.wait_for("connection closed", 3);

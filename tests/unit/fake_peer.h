@@ -301,7 +301,7 @@ ssize_t __wrap_recv(int handle, void* data, std::size_t size, int flags) {
 
 int __wrap_close(int handle) {
     auto* calls = ClientCalls::current();
-    struct stat file {};
+    struct stat file = {};
     const bool is_configuration = fstat(handle, &file) == 0 && S_ISREG(file.st_mode);
     if (calls == nullptr || is_configuration) {
         return __real_close(handle);

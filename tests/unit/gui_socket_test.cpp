@@ -57,8 +57,12 @@ const std::vector<std::string> CLOSED_HISTORY{
     "gui_socket.cpp ~my_data_members end",
 };
 
+void make_and_close(const char* host = HOST, int port = SERVICE_PORT) {
+    const GUISocket socket(host, port);
+}
+
 std::string construct_and_take_text() {
-    return thrown_text([] { const GUISocket socket(HOST, SERVICE_PORT); });
+    return thrown_text([] { make_and_close(); });
 }
 
 timeval time_out_in_force(int handle, int option) {
@@ -142,7 +146,7 @@ private:
 // ---- Making and closing -------------------------------------------------------------------------
 
 TEST_F(GUISocketCallsTest, ConnectsAndClosesStepByStep) {
-    { const GUISocket socket(HOST, SERVICE_PORT); }
+    make_and_close();
     EXPECT_THAT(history(),
                 ElementsAre("gui_socket.cpp GUISocket begin", "* inet_pton(AF_INET, 127.0.0.1)",
                             "* socket(AF_INET, SOCK_STREAM, 0)",
@@ -156,7 +160,7 @@ TEST_F(GUISocketCallsTest, ConnectsAndClosesStepByStep) {
 TEST_F(GUISocketCallsTest, LogsNothingBelowTheVerboseLevel) {
     for (const char* content : {"diagnostics.level = 1\n", "diagnostics.level = 0\n", "\n"}) {
         ConfigFile::write(content);
-        { const GUISocket socket(HOST, SERVICE_PORT); }
+        make_and_close();
         calls.connect = [](int, const sockaddr*, socklen_t) {
             return -1;
         };
@@ -167,7 +171,7 @@ TEST_F(GUISocketCallsTest, LogsNothingBelowTheVerboseLevel) {
 }
 
 TEST_F(GUISocketCallsTest, PutsThePortIntoNetworkByteOrder) {
-    { const GUISocket socket("10.1.2.3", 258); }
+    make_and_close("10.1.2.3", 258);
     EXPECT_EQ(system_calls().at(2), "* connect(#1, AF_INET 10.1.2.3:258)");
 }
 
@@ -228,7 +232,7 @@ TEST_F(GUISocketCallsTest, ClosesTheHandleOfAFailedConnectAndDoesNotTryAgain) {
 
 TEST_F(GUISocketCallsTest, HandleZeroIsAHandle) {
     calls.pretend_success(0);
-    { const GUISocket socket(HOST, SERVICE_PORT); }
+    make_and_close();
     EXPECT_THAT(system_calls(), testing::Contains("* close(#1)"));
 }
 
@@ -237,7 +241,7 @@ TEST_F(GUISocketCallsTest, OnlyLogsThatCloseFailed) {
         errno = EIO;
         return -1;
     };
-    { const GUISocket socket(HOST, SERVICE_PORT); }
+    make_and_close();
     const auto entries = history();
     ASSERT_EQ(entries.size(), 11U);
     EXPECT_EQ(entries[8], "* close(#1)");
@@ -640,8 +644,7 @@ TEST(GUISocketHandles, AThousandFailedLookupsLeaveNone) {
 }
 
 TEST(GUISocketHandles, AThousandRefusedConnectionsLeaveNone) {
-    expect_no_leak_in_many_runs("Failed to connect socket.",
-                                [] { const GUISocket socket(HOST, SERVICE_PORT); });
+    expect_no_leak_in_many_runs("Failed to connect socket.", [] { make_and_close(); });
 }
 
 TEST(GUISocketHandles, AThousandFailuresOfAConnectedSocketLeaveNone) {

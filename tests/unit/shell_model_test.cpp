@@ -600,7 +600,7 @@ class CrashNote {
 public:
     static void install() {
         for (const int number : {SIGSEGV, SIGABRT, SIGALRM}) {
-            struct sigaction action {};
+            struct sigaction action = {};
             action.sa_handler = tell;
             sigaction(number, &action, &s_previous[number]);
         }

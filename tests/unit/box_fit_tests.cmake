@@ -8,6 +8,7 @@ endforeach()
 target_compile_definitions(box_fit_test PRIVATE ZOR_DATA_DIRECTORY="${PROJECT_SOURCE_DIR}/Data")
 foreach(screen 800x600 1024x768 1366x768 1920x1080 3840x2160)
     add_test(NAME box_fit_test_${screen}
-             COMMAND ${ZOR_TEST_SANDBOX} --display $<TARGET_FILE:box_fit_test>)
+             COMMAND ${ZOR_TEST_SANDBOX} --display ${CMAKE_CROSSCOMPILING_EMULATOR}
+                     $<TARGET_FILE:box_fit_test>)
     set_tests_properties(box_fit_test_${screen} PROPERTIES ENVIRONMENT ZOR_SCREEN=${screen})
 endforeach()

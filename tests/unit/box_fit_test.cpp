@@ -3,6 +3,13 @@
 
 #include "shell_support.h"
 
+#include <libintl.h>
+
+#include <clocale>
+#include <fstream>
+#include <set>
+#include <sstream>
+
 namespace {
 
 struct Look {
@@ -62,6 +69,58 @@ void expect_buttons_in_sight(GtkWidget* box, const BoxPlaces& places) {
     }
 }
 
+// A text as long as its translation can be: every line of it 40 % longer.
+std::string lengthened(const std::string& text) {
+    const std::string filler = " und noch manches Wort dazu";
+    std::istringstream lines(text);
+    std::string longer;
+    for (std::string line; std::getline(lines, line);) {
+        const auto length = line.size() * 14 / 10;
+        while (line.size() < length) {
+            line.append(filler, 0, length - line.size());
+        }
+        longer += (longer.empty() ? "" : "\n") + line;
+    }
+    return longer;
+}
+
+std::string po_string(const std::string& text) {
+    std::string quoted = "\"";
+    for (const char c : text) {
+        quoted += c == '\n' ? "\\n" : c == '"' ? "\\\"" : std::string(1, c);
+    }
+    return quoted + "\"\n";
+}
+
+// The texts of all boxes in a language whose translations are 40 % longer.
+class LongLanguage {
+public:
+    LongLanguage() {
+        std::filesystem::create_directories("/tmp/locale/xx/LC_MESSAGES");
+        std::ofstream po("/tmp/long.po");
+        po << "msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=UTF-8\\n\"\n";
+        std::set<std::string> texts;
+        for (const auto& entry : build_printer_error_code_mapping()) {
+            texts.insert(get_message_text(entry.title_text_message_id));
+            texts.insert(get_message_text(entry.body_text_message_id));
+        }
+        for (const auto& text : texts) {
+            po << "msgid " << po_string(text) << "msgstr " << po_string(lengthened(text));
+        }
+        po.close();
+        EXPECT_EQ(std::system("msgfmt -o /tmp/locale/xx/LC_MESSAGES/messages.mo /tmp/long.po"), 0);
+        bindtextdomain("messages", "/tmp/locale");
+        setenv("LANGUAGE", "xx", 1);
+        std::setlocale(LC_ALL, "C.UTF-8");
+    }
+    ~LongLanguage() {
+        unsetenv("LANGUAGE");
+        std::setlocale(LC_ALL, "C");
+    }
+    LongLanguage(const LongLanguage&) = delete;
+    LongLanguage& operator=(const LongLanguage&) = delete;
+};
+
 class BoxFit : public ShellTest {
 protected:
     static void set_look(const Look& look) {
@@ -80,6 +139,18 @@ protected:
         expect_readable(box);
         gtk_widget_destroy(box);
         run_main_loop_until_idle();
+    }
+
+    static bool shows_everything(int code) {
+        auto error = make_error("printer", "job");
+        error.error_code = std::to_string(code);
+        report_and_tick({error});
+        auto* box = presented_box("printer:::job");
+        EXPECT_TRUE(run_main_loop_until([box] { return is_at_rest(box); }));
+        const bool scrolls = find_places(box).has_scroll_bar;
+        gtk_widget_destroy(box);
+        run_main_loop_until_idle();
+        return !scrolls;
     }
 
     // Up to 60 % of the screen, but to the middle of a line: another one would not have fitted.
@@ -145,6 +216,20 @@ TEST_F(BoxFit, other_themes_have_room_too) {
                          " theme " + look.theme);
             expect_fit(code);
         }
+    }
+}
+
+TEST_F(BoxFit, a_translation_longer_by_two_fifths_fits_without_scrolling) {
+    if (gdk_screen_height() < 768) {
+        GTEST_SKIP() << "on a screen this small the English texts scroll already";
+    }
+    set_look({1, "Adwaita"});
+    ASSERT_EQ(get_message_text(IDS_RETRY), "Retry");
+    const LongLanguage language;
+    ASSERT_GT(get_message_text(1101).size(), 90U);
+    for (const auto& entry : build_printer_error_code_mapping()) {
+        EXPECT_TRUE(shows_everything(entry.printer_error_code))
+            << "code " << entry.printer_error_code;
     }
 }
 

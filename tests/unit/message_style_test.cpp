@@ -1,0 +1,371 @@
+// The writing rules of docs/glossary.md, held against every body that is not fixed to the letter:
+// how a place in the machine is opened, what becomes of card and job, one name for one thing.
+
+#include "zor_messages.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// The bodies that we may word, by id.
+std::map<int, std::string> own_bodies() {
+    std::map<int, std::string> bodies;
+    for (const auto& entry : build_printer_error_code_mapping()) {
+        const int id = entry.body_text_message_id;
+        if (id > 1000 && id < 2000) {
+            bodies[id] = get_message_text(id);
+        }
+    }
+    for (const int fixed : {1101, 1115, 1173, 1257, 1317}) {
+        bodies.erase(fixed);
+    }
+    return bodies;
+}
+
+std::string glossary() {
+    std::ifstream file(ZOR_GLOSSARY);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+bool holds(const std::string& text, const std::string& phrase) {
+    return text.find(phrase) != std::string::npos;
+}
+
+std::vector<std::size_t> places_of(const std::string& text, const std::string& phrase) {
+    std::vector<std::size_t> places;
+    for (auto at = text.find(phrase); at != std::string::npos; at = text.find(phrase, at + 1)) {
+        places.push_back(at);
+    }
+    return places;
+}
+
+std::string lower_case(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+// A text without these sentences, to look at what is left.
+std::string without(std::string text, const std::vector<std::string>& sentences) {
+    for (const auto& sentence : sentences) {
+        for (auto at = text.find(sentence); at != std::string::npos; at = text.find(sentence)) {
+            text.erase(at, sentence.size());
+        }
+    }
+    return text;
+}
+
+const std::string NO_TOOLS = "by hand. Do not use tools.";
+const std::string POWER_OFF = "ower off the printer with its power button";
+const std::string UNFINISHED = "Reject unfinished cards.";
+const std::string USER_BUTTON = "press the printer's user button.";
+const std::string AGAIN = "If the job does not continue, print the card again.";
+const std::string AGAIN_UNLESS_FOUND =
+    "If the job does not continue and you did not find the card finished, print it again.";
+const std::string CORRECTED = "ive up this job and send a corrected one.";
+
+// A place in the machine, and the words with which a hand gets into it.
+struct Place {
+    const char* door;
+    const char* power_off; // what follows the power button
+    const char* cool_and_open;
+    const char* warning;  // of what is hot in there; empty where nothing is
+    const char* power_on; // closing it
+};
+
+constexpr Place PLACES[] = {
+    {"printer cover", ".", "Let hot parts cool for 30 minutes, then open the printer cover.",
+     "Do not touch the ", "Close the printer cover, then power on the printer."},
+    {"emboss cover", ", and the embosser if it has a power switch.",
+     "Let the topper cool for 30 minutes, then open the emboss cover.", "",
+     "Close the emboss cover, then power on the printer and the embosser."},
+    {"laminator cover", ", and the laminator if it has a power switch.",
+     "Let the heated rollers cool for 30 minutes, then open the laminator cover.", "",
+     "Close the laminator cover, then power on the printer and the laminator."},
+    {"laser cover", ", and the laser if it has a power switch.",
+     "Let the laser cool for 30 minutes, then open the laser cover.", "",
+     "Close the laser cover, then power on the printer and the laser."},
+    {"LCM door", ", and the LCM if it has a power switch.",
+     "Let the lamp cool for 30 minutes, then open the LCM door.", "Do not touch the lamp.",
+     "Close the LCM door, then power on the printer and the LCM."},
+    {"RIM door", ", and the RIM if it has a power switch.",
+     "Wait until nothing moves, then open the RIM door.", "",
+     "Close the RIM door, then power on the printer and the RIM."},
+    {"rear module door", ", and the rear module if it has a power switch.",
+     "Let hot parts cool for 30 minutes, then open the rear module door.", "",
+     "Power on what you powered off."},
+};
+
+// Whether the phrases stand in this order, each one behind the one before.
+testing::AssertionResult in_order(const std::string& text,
+                                  const std::vector<std::vector<std::string>>& alternatives) {
+    std::size_t from = 0;
+    for (const auto& phrases : alternatives) {
+        std::size_t end = std::string::npos;
+        for (const auto& phrase : phrases) {
+            const auto at = text.find(phrase, from);
+            end = at == std::string::npos ? end : std::min(end, at + phrase.size());
+        }
+        if (end == std::string::npos) {
+            return testing::AssertionFailure()
+                   << "\"" << phrases.front() << "\" is missing or stands too early";
+        }
+        from = end;
+    }
+    return testing::AssertionSuccess();
+}
+
+TEST(Safety, every_place_is_powered_off_cooled_opened_and_closed_in_this_order) {
+    for (const auto& place : PLACES) {
+        int opened = 0;
+        for (const auto& [id, text] : own_bodies()) {
+            if (!holds(text, place.cool_and_open)) {
+                continue;
+            }
+            ++opened;
+            EXPECT_TRUE(in_order(
+                text, {{POWER_OFF + place.power_off,
+                        POWER_OFF + ", and every module that has a power switch."},
+                       {place.cool_and_open},
+                       {place.power_on, "Power on what you powered off.",
+                        "Close the printer cover, then power on the modules and the printer."}}))
+                << "id " << id;
+            EXPECT_TRUE(holds(text, place.warning)) << "id " << id << ": " << place.warning;
+            if (holds(text, " card by hand") || holds(text, " cards by hand")) {
+                EXPECT_TRUE(in_order(text, {{place.cool_and_open}, {NO_TOOLS}, {"ower on"}}))
+                    << "id " << id;
+            }
+        }
+        EXPECT_GT(opened, 0) << place.door;
+    }
+}
+
+// Whether the sentence that ends here is this one.
+bool ends_with(const std::string& text, std::size_t end, const std::string& sentence) {
+    return end >= sentence.size() &&
+           text.compare(end - sentence.size(), sentence.size(), sentence) == 0;
+}
+
+TEST(Safety, no_cover_opens_in_other_words) {
+    const std::regex warned(
+        "^[^.]*\\. Do not touch the [^.]*\\. It can be hot\\."
+        "|^[^.]*\\. Do not reach past the supply\\. The heated rollers can be hot"
+        "|^[^.]* and install a print ribbon [^.]*\\. Do not touch the printhead\\.");
+    for (const auto& place : PLACES) {
+        const auto door = std::string("pen the ") + place.door;
+        for (const auto& [id, text] : own_bodies()) {
+            for (const auto at : places_of(text, door)) {
+                const auto end = text.find('.', at) + 1;
+                const auto step = text.substr(at, text.find('\n', at) - at);
+                EXPECT_TRUE(ends_with(text, end, place.cool_and_open) ||
+                            step.rfind(door + " and close it again.", 0) == 0 ||
+                            std::regex_search(step, warned))
+                    << "id " << id << ": o" << step;
+            }
+        }
+    }
+}
+
+TEST(Safety, nobody_uses_tools) {
+    for (const auto& [id, text] : own_bodies()) {
+        EXPECT_EQ(places_of(text, "by hand").size(), places_of(text, NO_TOOLS).size())
+            << "id " << id;
+    }
+}
+
+// But for a card that sticks out, which is pulled from outside.
+TEST(Safety, the_power_is_off_before_a_hand_reaches_a_card) {
+    for (const auto& [id, text] : own_bodies()) {
+        for (const auto at : places_of(text, NO_TOOLS)) {
+            const auto step = text.rfind('\n', at) + 1;
+            const bool sticks_out = holds(text.substr(step, at - step), "sticks out of the");
+            EXPECT_TRUE(sticks_out || text.rfind(POWER_OFF, at) != std::string::npos)
+                << "id " << id;
+        }
+    }
+}
+
+TEST(Safety, modules_are_powered_off_before_they_are_attached) {
+    for (const auto& [id, text] : own_bodies()) {
+        for (const char* work : {" is attached", " are connected.", "its cable is connected."}) {
+            for (const auto at : places_of(text, work)) {
+                const bool only_a_data_cable = id == 1500 || id == 1501 || id == 1505;
+                EXPECT_TRUE(only_a_data_cable || text.rfind(POWER_OFF, at) != std::string::npos)
+                    << "id " << id << ": " << work;
+            }
+        }
+    }
+}
+
+TEST(Closing, a_card_is_printed_again_only_if_its_job_does_not_continue) {
+    for (const auto& [id, text] : own_bodies()) {
+        const auto rest =
+            lower_case(without(text, {AGAIN, AGAIN_UNLESS_FOUND,
+                                      "If you find the card finished, do not print it "
+                                      "again."}));
+        for (const char* again :
+             {"print the card again", "print it again", " reprint", "print again"}) {
+            EXPECT_FALSE(holds(rest, again)) << "id " << id << ": " << again;
+        }
+    }
+}
+
+// Powering off can lose the job. Where no card is at stake, or the printer stays off, nothing
+// follows.
+TEST(Closing, what_becomes_of_the_job_is_said_behind_every_power_off) {
+    const std::set<int> no_card{1134, 1148};
+    for (const auto& [id, text] : own_bodies()) {
+        const auto last = text.rfind(POWER_OFF);
+        if (last == std::string::npos || no_card.count(id) != 0) {
+            continue;
+        }
+        const auto rest = text.substr(last);
+        EXPECT_TRUE(holds(rest, AGAIN) || holds(rest, AGAIN_UNLESS_FOUND) ||
+                    holds(rest, "Repeat the request.") || holds(rest, "Import the file again."))
+            << "id " << id;
+    }
+}
+
+TEST(Closing, a_waiting_printer_is_sent_on_with_its_user_button_first) {
+    for (const int id : {1110, 1111, 1112, 1113, 1120, 1123, 1124, 1132, 1133, 1141, 1142,
+                         1152, 1153, 1166, 1170, 1171, 1172, 1202, 1207, 1237, 1242, 1255,
+                         1256, 1271, 1272, 1275, 1277, 1307, 1316, 1322, 1325, 1329}) {
+        const auto text = get_message_text(id);
+        const auto button = text.find("press the printer's user button");
+        ASSERT_NE(button, std::string::npos) << "id " << id;
+        EXPECT_LT(button, text.find(AGAIN)) << "id " << id;
+        EXPECT_LT(button, text.find(AGAIN_UNLESS_FOUND)) << "id " << id;
+    }
+    for (const auto& [id, text] : own_bodies()) {
+        if (holds(lower_case(text), "the job waits")) {
+            EXPECT_TRUE(holds(text, "user button")) << "id " << id;
+        }
+    }
+}
+
+TEST(Closing, a_corrected_job_takes_the_place_of_the_failed_one) {
+    for (const auto& [id, text] : own_bodies()) {
+        const auto rest = without(text, {CORRECTED});
+        EXPECT_FALSE(std::regex_search(rest, std::regex("[Ss]end |corrected"))) << "id " << id;
+    }
+}
+
+TEST(Closing, a_card_taken_out_of_the_machine_is_not_used_again) {
+    const std::set<int> blank_cards{1276};
+    for (const auto& [id, text] : own_bodies()) {
+        const bool takes_out = std::regex_search(
+            text, std::regex("[Rr]emove (any|all|the|the jammed) cards?[^.]* by hand"));
+        if (takes_out && blank_cards.count(id) == 0) {
+            EXPECT_TRUE(in_order(text, {{NO_TOOLS}, {UNFINISHED}})) << "id " << id;
+        }
+    }
+}
+
+TEST(Closing, rejected_cards_are_accounted_for) {
+    int trays = 0;
+    for (const auto& [id, text] : own_bodies()) {
+        if (std::regex_search(text, std::regex("Remove all cards from the [^.]*reject tray"))) {
+            ++trays;
+            EXPECT_TRUE(holds(text, "Handle them as your rules for rejected cards say. They can "
+                                    "hold personal data."))
+                << "id " << id;
+        }
+        EXPECT_FALSE(holds(text, "estroy")) << "id " << id;
+    }
+    EXPECT_EQ(trays, 3);
+}
+
+// The title of a box is the printer's name; what the catalogue calls a title is its first line.
+TEST(Wording, nobody_is_sent_to_the_title) {
+    for (const auto& [id, text] : own_bodies()) {
+        EXPECT_FALSE(holds(lower_case(text), "title")) << "id " << id;
+    }
+}
+
+TEST(Wording, modules_with_initials_are_named_in_full_once) {
+    for (const auto& [id, text] : own_bodies()) {
+        EXPECT_EQ(places_of(text, "RIM (rear insertion module)").size(),
+                  holds(text, "RIM") ? 1U : 0U)
+            << "id " << id;
+        EXPECT_EQ(places_of(text, "LCM (Light Cure Module)").size(), holds(text, "LCM") ? 1U : 0U)
+            << "id " << id;
+    }
+}
+
+// Longer ones would not fit their box in a translation.
+TEST(Wording, bodies_are_short) {
+    for (const auto& [id, text] : own_bodies()) {
+        EXPECT_LE(text.size(), 657U) << "id " << id;
+    }
+    EXPECT_LE(get_message_text(1118).size(), 520U); // was the longest of all
+}
+
+std::string trimmed(const std::string& text) {
+    const auto first = text.find_first_not_of(' ');
+    return first == std::string::npos ? ""
+                                      : text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+// The words of the column "Do not call it", but for those that a remark in parentheses explains.
+std::vector<std::string> forbidden_words() {
+    std::istringstream terms(glossary());
+    std::vector<std::string> words;
+    bool in_table = false;
+    for (std::string line; std::getline(terms, line);) {
+        in_table = line.rfind("| Term |", 0) == 0 || (in_table && line.rfind('|', 0) == 0);
+        std::vector<std::string> cells;
+        std::istringstream row(line);
+        for (std::string cell; in_table && std::getline(row, cell, '|');) {
+            cells.push_back(cell);
+        }
+        if (cells.size() < 4 || trimmed(cells[1]) == "Term" || holds(cells[1], "---")) {
+            continue;
+        }
+        std::istringstream column(cells[3]);
+        for (std::string word; std::getline(column, word, ',');) {
+            if (!holds(word, "(")) {
+                words.push_back(trimmed(word));
+            }
+        }
+    }
+    return words;
+}
+
+TEST(Wording, one_thing_has_one_name) {
+    const auto words = forbidden_words();
+    ASSERT_GT(words.size(), 100U);
+    for (const auto& word : words) {
+        ASSERT_FALSE(word.empty());
+        const std::regex pattern("\\b" + word + "s?\\b", std::regex::icase);
+        for (const auto& [id, text] : own_bodies()) {
+            EXPECT_FALSE(std::regex_search(text, pattern)) << "id " << id << ": " << word;
+        }
+    }
+}
+
+TEST(Wording, is_what_the_glossary_says) {
+    const auto page = glossary();
+    std::vector<std::string> phrases{
+        NO_TOOLS, UNFINISHED,         POWER_OFF, USER_BUTTON,
+        AGAIN,    AGAIN_UNLESS_FOUND, CORRECTED, "Power on what you powered off."};
+    for (const auto& place : PLACES) {
+        phrases.insert(phrases.end(),
+                       {place.power_off, place.cool_and_open, place.warning, place.power_on});
+    }
+    for (const auto& phrase : phrases) {
+        EXPECT_TRUE(holds(page, phrase)) << phrase;
+    }
+}
+
+} // namespace

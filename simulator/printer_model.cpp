@@ -1,5 +1,7 @@
 #include "printer_model.h"
 
+#include <algorithm>
+
 namespace printer_simulator {
 
 PrinterModel::PrinterModel(std::size_t history_limit) : history_(history_limit) {}
@@ -130,11 +132,17 @@ StatusReply PrinterModel::reply_with(const std::optional<EventHistory::Event>& e
 }
 
 StatusReply PrinterModel::first_reply() const {
-    if (open_by_age_.empty() && !retelling_) {
+    auto first = open_by_age_.empty() ? newest_event() : open_by_age_.begin()->first;
+    bool is_news = retelling_ || !open_by_age_.empty();
+    const auto unseen = seen_ > 0 ? history_.next_after(seen_) : std::nullopt;
+    if (unseen && unseen->number <= first) {
+        first = unseen->number;
+        is_news = true;
+    }
+    if (!is_news) {
         return reply_with(std::nullopt, newest_event());
     }
-    StatusReply reply = reply_with(
-        open_by_age_.empty() ? history_.newest() : history_.find(open_by_age_.begin()->first), 0);
+    StatusReply reply = reply_with(history_.find(first), 0);
     reply.is_new = reply.event != 0;
     return reply;
 }
@@ -146,6 +154,7 @@ StatusReply PrinterModel::choose_reply(std::string_view quoted) {
         reply.quoted = quoted.empty() ? Quoted::none : Quoted::unknown;
         return reply;
     }
+    seen_ = std::max(seen_, *position);
     const auto next = history_.next_after(*position);
     StatusReply reply = reply_with(next || !retelling_ ? next : history_.newest(), *position);
     reply.quoted = Quoted::known;

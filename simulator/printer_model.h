@@ -88,7 +88,9 @@ public:
 
     /// Chooses the reply to a status request that quotes the previous reply `quoted`:
     /// the event after the quoted one, or the newest again when there is none newer. Without a
-    /// quoted text, or with an unknown one: the oldest error still open, else the newest event.
+    /// quoted text, or with an unknown one: the oldest error still open, else the newest event;
+    /// but nothing later than the first event that no request has quoted yet, so that a client that
+    /// lost a reply misses no withdrawal.
     /// Where the newest would be told again, or there is none: a document that reports nothing.
     /// Nothing is marked as sent yet.
     StatusReply choose_reply(std::string_view quoted);
@@ -126,6 +128,7 @@ private:
 
     EventHistory history_;
     bool retelling_ = true;
+    EventNumber seen_ = 0; // the newest event that a request quoted
     std::map<JobKey, OpenError> open_;
     std::map<EventNumber, JobKey> open_by_age_;
     std::map<JobKey, FailurePlan> plans_;

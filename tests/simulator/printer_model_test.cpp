@@ -92,8 +92,10 @@ TEST(PrinterModel, starts_a_new_client_at_the_oldest_open_error_when_it_does_not
         EXPECT_EQ(poller.poll().event, expected);
     }
     model.clear_all();
+    EXPECT_EQ(poller.poll().event, 4U);
+    EXPECT_EQ(poller.poll().event, 0U);
     Poller late(model);
-    EXPECT_EQ(late.poll().event, 0U) << "nothing is open, and the last removal is no news";
+    EXPECT_EQ(late.poll().event, 0U) << "nothing is open, and the last removal was seen";
     model.publish_error(RIBBON);
     EXPECT_EQ(late.poll().event, 5U);
 }
@@ -136,6 +138,17 @@ TEST(PrinterModel, starts_a_new_client_at_the_newest_event_when_no_error_is_open
     model.publish_error(RIBBON);
     model.clear_all();
     EXPECT_EQ(model.choose_reply("").event, 2U);
+}
+
+TEST(PrinterModel, leaves_no_withdrawal_out_for_a_client_that_lost_a_reply) {
+    PrinterModel model;
+    model.publish_error(RIBBON);
+    const auto quoted = model.choose_reply("");
+    model.reply_sent(quoted);
+    model.choose_reply(quoted.text);
+    model.clear("Front Desk", "17");
+    model.publish_error(CARD);
+    EXPECT_EQ(model.choose_reply("").event, 2U) << "not at once the error that is open";
 }
 
 TEST(PrinterModel, treats_an_unknown_quoted_text_like_none) {

@@ -914,16 +914,17 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "3. If the problem continues, ask your administrator to update the firmware of the "
               "printer and of all modules.\n"
               "4. If that does not help, call for service.")},
-    {1223, N_("The laminator does not match the printer system.\n"
-              "1. If the laminator is made for another printer model, ask your administrator.\n"
-              "2. Power off the printer with its power button, and the laminator if it has a power "
-              "switch.\n"
-              "3. Make sure that the laminator is attached to the printer and that its cable is "
-              "connected. Then power on the printer and the laminator. If the job does not "
-              "continue, print the card again.\n"
-              "4. If the problem continues, ask your administrator to update the firmware of the "
-              "printer and the laminator.\n"
-              "5. If that does not help, call for service.")},
+    {1223,
+     N_("The laminator does not match the printer system: its model or its firmware does not fit.\n"
+        "1. If the laminator is made for another printer model, ask your administrator.\n"
+        "2. Power off the printer with its power button, and the laminator if it has a power "
+        "switch.\n"
+        "3. Make sure that the laminator is attached to the printer and that its cable is "
+        "connected. Then power on the printer and the laminator. If the job does not continue, "
+        "print the card again.\n"
+        "4. If the problem continues, ask your administrator to update the firmware of the printer "
+        "and the laminator.\n"
+        "5. If that does not help, call for service.")},
     {1224, N_("The region code of a supply is not valid for this printer. The supply is sold for "
               "another region.\n"
               "1. Find the supply that was replaced last.\n"
@@ -1332,15 +1333,16 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "connected.\n"
         "3. Power on the printer and the RIM. If the job does not continue, print the card again.\n"
         "4. If the problem continues, call for service.")},
-    {1302, N_("A RIM arm error occurred. The arm of the RIM (rear insertion module) did not move "
-              "correctly.\n"
-              "1. Power off the printer with its power button, and the RIM if it has a power "
-              "switch. Wait until nothing moves, then open the RIM door.\n"
-              "2. If a card or an object blocks the arm, remove it by hand. Do not use tools. Do "
-              "not force the arm. Reject unfinished cards.\n"
-              "3. Close the RIM door, then power on the printer and the RIM.\n"
-              "4. If the job does not continue, print the card again.\n"
-              "5. If the problem continues, call for service.")},
+    {1302,
+     N_("A RIM arm error occurred. The arm of the RIM (rear insertion module) did not move "
+        "correctly.\n"
+        "1. Power off the printer with its power button, and the RIM if it has a power switch. "
+        "Wait until nothing moves, then open the RIM door.\n"
+        "2. If a card or an object blocks the arm, remove it by hand. Do not use tools. Do not "
+        "force the arm. Reject unfinished cards.\n"
+        "3. Close the RIM door, then power on the printer and the RIM.\n"
+        "4. If the job does not continue and you did not find the card finished, print it again.\n"
+        "5. If the problem continues, call for service.")},
     {1303, RIM_ERROR_BODY},
     {1304,
      N_("A RIM supply error occurred. The RIM (rear insertion module) cannot use its supply.\n"
@@ -1471,7 +1473,7 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "4. If the problem continues, call for service.")},
     {1324, N_("UV printing is prohibited at 300x300 resolution. The job asks for both.\n"
               "1. Select another resolution in the printer driver. If you do not need UV printing, "
-              "remove the UV data from the job.\n"
+              "remove the UV data from the job instead.\n"
               "2. Give up this job and send a corrected one.\n"
               "3. If the message appears again without UV data, open the printer cover and install "
               "a print ribbon without UV. Do not touch the printhead. It can be hot. Close the "

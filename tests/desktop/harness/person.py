@@ -122,10 +122,14 @@ class Box:
         return next(button for button in self.buttons if button.name == label)
 
 
+HAND = 10  # pixels; a hand that moves further does not just tremble
+
+
 class Person:
     """Works through an agent inside the sandbox. `connect` comes first."""
 
     def __init__(self, sandbox):
+        self._last_click = (-HAND, -HAND)
         answer_read, answer_write = os.pipe()
         self._answers = os.fdopen(answer_read, "rb")
         self.agent = sandbox.start([sys.executable, "-Es", INSIDE / "person_agent.py"],
@@ -221,8 +225,17 @@ class Person:
     # ---- Does -----------------------------------------------------------------------------------
 
     def click(self, box, label, times=1):
-        """Clicks a button where it is, which must not be covered."""
+        """Clicks a button where it is, which must not be covered.
+
+        Neither where the pointer rests nor where the last click was: a box takes no press that
+        nobody aimed at it, and no second half of a double click.
+        """
         x, y = box.button(label).extents.center
+        taken = [self._ask("pointer"), self._last_click]
+        x = next(x + aside for aside in (0, 2 * HAND, -2 * HAND)
+                 if all(max(abs(x + aside - other[0]), abs(y - other[1])) > HAND
+                        for other in taken))
+        self._last_click = x, y
         uppermost = self.window_at(x, y)
         assert uppermost == box.window.id, f"{label} of {box.title!r} is covered"
         self.click_at(x, y, times=times)
@@ -232,6 +245,20 @@ class Person:
         for _ in range(times):
             self.press_mouse_button(button)
             self.release_mouse_button(button)
+
+    def click_after(self, *milliseconds):
+        """Clicks where the pointer is, once after each of these pauses."""
+        self._ask("click_after", milliseconds=list(milliseconds))
+
+    def click_when_covered(self, milliseconds, deadline=10.0):
+        """Clicks where the pointer is, so long after a window has come up under it."""
+        x, y = self._ask("pointer")
+        assert self._ask("click_when_covered", x=x, y=y, milliseconds=milliseconds,
+                         seconds=scaled(deadline)), "no window came up under the pointer"
+
+    def press_as_assistive_tool(self, box, label):
+        """Presses a button through the accessibility bus, without mouse or key."""
+        self._ask("press_button", process=box.window.process, window=box.title, label=label)
 
     def move_pointer(self, x, y):
         self._ask("move_pointer", x=x, y=y)

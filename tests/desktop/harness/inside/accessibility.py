@@ -30,6 +30,22 @@ class Accessibility:
                 pass  # it has just gone
         return [tree for tree in trees if tree is not None]
 
+    def press_button(self, process, window, label):
+        """Does the action of a button, as a screen reader or a switch does."""
+        desktop = Atspi.get_desktop(0)
+        desktop.clear_cache()
+        for application in self._children(desktop):
+            if application.get_process_id() == process:
+                for top in self._children(application):
+                    if top.get_name() == window and self._press_below(top, label):
+                        return
+        raise LookupError(f"no button {label!r} in {window!r}")
+
+    def _press_below(self, node, label):
+        if node.get_name() == label and node.get_action_iface() is not None:
+            return Atspi.Action.do_action(node, 0)
+        return any(self._press_below(child, label) for child in self._children(node))
+
     def _children(self, node):
         found = []
         for number in range(node.get_child_count()):

@@ -29,6 +29,11 @@ class Person:
             self._accessibility = Accessibility()
         return self._accessibility.windows(**which)
 
+    def press_button(self, **which):
+        if self._accessibility is None:
+            self._accessibility = Accessibility()
+        return self._accessibility.press_button(**which)
+
     def answer(self, name, arguments):
         method = getattr(self, name, None) or getattr(self._screen, name)
         return method(**arguments)

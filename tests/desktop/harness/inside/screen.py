@@ -1,5 +1,7 @@
 """The screen, mouse and keyboard as the X server has them. Geometry is in pixels of the screen."""
 
+import time
+
 import Xlib.display
 import Xlib.error
 import Xlib.ext.xtest
@@ -135,8 +137,8 @@ class Screen:
 
     def activate(self, window):
         """Turns to a window as a click in the task bar does."""
-        time = 0
-        self._send(window, "_NET_ACTIVE_WINDOW", [FROM_A_PAGER, time, 0, 0, 0], to_root=True)
+        now = 0
+        self._send(window, "_NET_ACTIVE_WINDOW", [FROM_A_PAGER, now, 0, 0, 0], to_root=True)
 
     def request_close(self, window):
         """Asks the window manager to close a window, as a task bar does."""
@@ -209,6 +211,10 @@ class Screen:
         Xlib.ext.xtest.fake_input(self.display, Xlib.X.MotionNotify, x=x, y=y)
         self.display.sync()
 
+    def pointer(self):
+        where = self.root.query_pointer()
+        return [where.root_x, where.root_y]
+
     def press_mouse_button(self, number=1):
         Xlib.ext.xtest.fake_input(self.display, Xlib.X.ButtonPress, number)
         self.display.sync()
@@ -216,6 +222,28 @@ class Screen:
     def release_mouse_button(self, number=1):
         Xlib.ext.xtest.fake_input(self.display, Xlib.X.ButtonRelease, number)
         self.display.sync()
+
+    def click_after(self, milliseconds):
+        """Clicks where the pointer is after each of these pauses; the X server keeps the time."""
+        for pause in milliseconds:
+            Xlib.ext.xtest.fake_input(self.display, Xlib.X.ButtonPress, 1, time=pause)
+            Xlib.ext.xtest.fake_input(self.display, Xlib.X.ButtonRelease, 1)
+        self.display.sync()
+
+    def wait_until_covered(self, x, y, seconds):
+        """Waits until another window is uppermost at a point; False when none came in time."""
+        before = self.window_at(x, y)
+        end = time.monotonic() + seconds
+        while self.window_at(x, y) == before:
+            if time.monotonic() > end:
+                return False
+        return True
+
+    def click_when_covered(self, x, y, milliseconds, seconds):
+        """Clicks where the pointer is, so long after another window has come up at a point."""
+        came = self.wait_until_covered(x, y, seconds)
+        self.click_after([milliseconds])
+        return came
 
     def press_keys(self, keys):
         """Presses keys given by their X names, and releases them in the opposite order."""

@@ -21,8 +21,8 @@ constexpr const char* PRINT_RIBBON_TYPE_BODY =
        "1. If only the setting of the printer driver is wrong, correct it. Then give up this job "
        "and send a corrected one.\n\n"
        "2. Otherwise open the printer cover. Do not touch the printhead. It can be hot.\n\n"
-       "3. Install a print ribbon that has an undamaged tag and the type that the job needs. Push "
-       "it in until it is seated.\n\n"
+       "3. If the print ribbon has an undamaged tag and the type that the job needs, push it in "
+       "until it is seated. Otherwise install such a print ribbon.\n\n"
        "4. Close the printer cover. If the job does not continue, print the card again.\n\n"
        "5. If the problem continues, call for service.");
 
@@ -49,7 +49,8 @@ constexpr const char* INDENT_ERROR_BODY =
     N_("An indent error occurred in the embosser, or the indent ribbon is torn.\n\n"
        "1. Power off the printer with its power button, and the embosser if it has a power switch. "
        "Let the topper cool for 30 minutes, then open the emboss cover.\n\n"
-       "2. Remove any card by hand. Do not use tools. Reject unfinished cards.\n\n"
+       "2. Remove any card and any loose indent ribbon by hand. Do not use tools. Reject "
+       "unfinished cards.\n\n"
        "3. Wind a loose indent ribbon tight. Replace one that is torn or used up.\n\n"
        "4. Close the emboss cover, then power on the printer and the embosser. If the job does not "
        "continue, print the card again.\n\n"
@@ -61,8 +62,9 @@ constexpr const char* EMBOSS_COVER_BODY =
        "2. Close the emboss cover until it latches. If the printer does not continue, press the "
        "printer's user button.\n\n"
        "3. If the message stays, open the emboss cover and close it again.\n\n"
-       "4. If the problem continues, power off the printer with its power button, then power it on "
-       "again. If the job does not continue, print the card again.\n\n"
+       "4. If the problem continues, power off the printer with its power button, and the embosser "
+       "if it has a power switch. Then power on the printer and the embosser. If the job does not "
+       "continue, print the card again.\n\n"
        "5. If that does not help, call for service.");
 
 constexpr const char* TOPPING_FOIL_TYPE_BODY =
@@ -71,8 +73,9 @@ constexpr const char* TOPPING_FOIL_TYPE_BODY =
        "2. Otherwise power off the printer with its power button, and the embosser if it has a "
        "power switch. Let the topper cool for 30 minutes, then open the emboss cover.\n\n"
        "3. Remove any card by hand. Do not use tools. Reject unfinished cards.\n\n"
-       "4. Use the correct topping foil. Close the emboss cover, then power on the printer and the "
-       "embosser. If the job does not continue, print the card again.\n\n"
+       "4. Install a topping foil that the embosser supports and that the job needs. Close the "
+       "emboss cover, then power on the printer and the embosser. If the job does not continue, "
+       "print the card again.\n\n"
        "5. If the problem continues, call for service.");
 
 constexpr const char* LAMINATOR_ENTRY_EXIT_BODY =
@@ -94,8 +97,9 @@ constexpr const char* LAMINATOR_SUPPLY_OUT_BODY =
        "install a new one in the same place.\n"
        "3. Close the laminator cover. If the printer does not continue, press the printer's user "
        "button.\n"
-       "4. If the problem continues, power off the printer with its power button, then power it on "
-       "again. If the job does not continue, print the card again.\n"
+       "4. If the problem continues, power off the printer with its power button, and the "
+       "laminator if it has a power switch. Then power on the printer and the laminator. If the "
+       "job does not continue, print the card again.\n"
        "5. If that does not help, call for service.");
 
 constexpr const char* LAMINATOR_SUPPLY_TYPE_BODY =
@@ -105,8 +109,8 @@ constexpr const char* LAMINATOR_SUPPLY_TYPE_BODY =
        "and send a corrected one.\n"
        "2. Otherwise open the laminator cover. Do not reach past the supply. The heated rollers "
        "can be hot.\n"
-       "3. Install a supply that is made for this laminator, with an undamaged tag and the type "
-       "that the job needs. Push it in until it is seated.\n"
+       "3. If the supply is made for this laminator, with an undamaged tag and the type that the "
+       "job needs, push it in until it is seated. Otherwise install such a supply.\n"
        "4. Close the laminator cover. If the job does not continue, print the card again.\n"
        "5. If the problem continues, call for service.");
 
@@ -427,7 +431,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "4. If the problem continues, power off the printer, leave it off and call for service.")},
     {1105,
      N_("A magstripe data error occurred. The data could not be encoded on the card.\n\n"
-        "1. Load cards that have a magstripe, with the magstripe on the correct side.\n\n"
+        "1. Reject the card that failed. Load cards that have a magstripe, with the magstripe on "
+        "the correct side.\n\n"
         "2. If the data has characters or a length that a magstripe track does not allow, correct "
         "it. Then give up this job and send a corrected one.\n\n"
         "3. Otherwise load a new card. If the job does not continue, print the card again.\n\n"
@@ -458,15 +463,17 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "4. If the problem continues, clean the printer with a cleaning card, as the "
               "printer's instructions say.\n\n"
               "5. If that does not help, call for service.")},
-    {1109, N_("A print ribbon problem occurred. The print ribbon does not move correctly.\n\n"
-              "1. Open the printer cover and remove the print ribbon. Do not touch the printhead. "
-              "It can be hot.\n\n"
-              "2. Wind a loose print ribbon tight. Replace a torn or wrinkled one.\n\n"
-              "3. Push the print ribbon in until it is seated. Close the printer cover.\n\n"
-              "4. If the job does not continue, print the card again.\n\n"
-              "5. If the problem continues, power off the printer with its power button, then "
-              "power it on again. If the job does not continue, print the card again.\n\n"
-              "6. If that does not help, call for service.")},
+    {1109,
+     N_("The print ribbon has a problem. It does not move correctly.\n\n"
+        "1. Open the printer cover. Do not touch the printhead. It can be hot.\n\n"
+        "2. If anything is stuck, close the cover and power off the printer with its power button. "
+        "Let hot parts cool for 30 minutes, then open the printer cover. Remove any card and "
+        "pieces by hand. Do not use tools. Do not touch the printhead. Reject unfinished cards.\n\n"
+        "3. Wind a loose print ribbon tight. Replace a torn or wrinkled one. Push it in until it "
+        "is seated.\n\n"
+        "4. Close the printer cover. Power on what you powered off. If the job does not continue, "
+        "print the card again.\n\n"
+        "5. If the problem continues, call for service.")},
     {1110, N_("The print ribbon is out or missing. Its place is under the printer cover.\n\n"
               "1. Open the printer cover. Do not touch the printhead. It can be hot.\n\n"
               "2. If the print ribbon is installed and not used up, push it in until it is seated. "
@@ -502,9 +509,10 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "1. If a card is left inside, close the printer cover and power off the printer with its "
         "power button. Let hot parts cool for 30 minutes, then open the printer cover. Remove the "
         "card by hand. Do not use tools. Do not touch the printhead. Reject unfinished cards.\n\n"
-        "2. Close the printer cover until it latches. Power on what you powered off. If the job "
-        "does not continue, print the card again. Keep the printer cover closed during the job.\n\n"
-        "3. If the problem continues, call for service.")},
+        "2. Close the printer cover until it latches. Power on what you powered off.\n\n"
+        "3. If the job does not continue and you did not find the card finished, print it again. "
+        "Keep the printer cover closed during the job.\n\n"
+        "4. If the problem continues, call for service.")},
     {1115, N_("When proper temperature is reached, printing the card will resume on its own.")},
     {1116, N_("The magstripe option is not available. The printer does not have it or does not "
               "find it.\n\n"
@@ -524,9 +532,9 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1118, PRINT_RIBBON_TYPE_BODY},
     {1119, N_("The print ribbon is not supported by this printer. It is made for another printer "
               "model.\n\n"
-              "1. Open the printer cover and remove the print ribbon. Do not touch the printhead. "
-              "It can be hot.\n\n"
-              "2. Install a print ribbon that is made for this printer model.\n\n"
+              "1. Open the printer cover. Do not touch the printhead. It can be hot.\n\n"
+              "2. Remove the print ribbon and install a print ribbon that is made for this printer "
+              "model.\n\n"
               "3. Close the printer cover. If the job does not continue, print the card again.\n\n"
               "4. If the problem continues, ask your supplier which print ribbon the printer "
               "supports, or call for service.")},
@@ -546,13 +554,13 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "4. If the problem continues, ask your administrator to check the job and the settings, or "
         "call for service.")},
     {1123, INSERT_NEW_CARD_SIDE_1_BODY},
-    {1124,
-     N_("The printer is waiting for the same card with side 2 up. Side 2 is the second side of the "
-        "job.\n\n"
-        "1. Take the card that was printed last from the output hopper. Do not use a new card.\n\n"
-        "2. Insert the card with side 2 up where the printer takes single cards.\n\n"
-        "3. If the card is not picked, press the printer's user button.\n\n"
-        "4. If the problem continues, call for service.")},
+    {1124, N_("The printer is waiting for the same card with side 2 up. Side 2 is the second side "
+              "of the job.\n\n"
+              "1. Take the card that was printed last from the output hopper. Do not use a new "
+              "card. If you cannot find that card, give up this job and send it again.\n\n"
+              "2. Insert the card with side 2 up where the printer takes single cards.\n\n"
+              "3. If the card is not picked, press the printer's user button.\n\n"
+              "4. If the problem continues, call for service.")},
     {1125, N_("An emboss critical error stopped the embosser. A part of the embosser does not work "
               "correctly.\n\n"
               "1. Power off the printer with its power button, and the embosser if it has a power "
@@ -589,15 +597,16 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "4. If the problem continues, call for service.")},
     {1130, EMBOSSER_JAM_BODY},
     {1131, EMBOSSER_JAM_BODY},
-    {1132, N_("The card stack of the embosser is full. The job waits.\n\n"
-              "1. Remove all cards from the card stack of the embosser. Do not reach into the "
-              "embosser.\n\n"
-              "2. Make sure that no card blocks the opening of the card stack.\n\n"
-              "3. If the printer does not continue, press the printer's user button.\n\n"
-              "4. If the problem continues, power off the printer with its power button, then "
-              "power it on again. If the job does not continue and you did not find the card "
-              "finished, print it again.\n\n"
-              "5. If that does not help, call for service.")},
+    {1132,
+     N_("The card stack of the embosser is full. The job waits.\n\n"
+        "1. Remove all cards from the card stack of the embosser. Do not reach into the "
+        "embosser.\n\n"
+        "2. Make sure that no card blocks the opening of the card stack.\n\n"
+        "3. If the printer does not continue, press the printer's user button.\n\n"
+        "4. If the problem continues, power off the printer with its power button, and the "
+        "embosser if it has a power switch. Then power on the printer and the embosser. If the job "
+        "does not continue and you did not find the card finished, print it again.\n\n"
+        "5. If that does not help, call for service.")},
     {1133,
      N_("The reject tray of the embosser is full. The job waits.\n\n"
         "1. Remove all cards from the reject tray of the embosser. Do not reach into the "
@@ -605,8 +614,9 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "2. Handle them as your rules for rejected cards say. They can hold personal data.\n\n"
         "3. Make sure that no card blocks the opening of the reject tray. If the printer does not "
         "continue, press the printer's user button.\n\n"
-        "4. If the problem continues, power off the printer with its power button, then power it "
-        "on again. If the job does not continue, print the card again.\n\n"
+        "4. If the problem continues, power off the printer with its power button, and the "
+        "embosser if it has a power switch. Then power on the printer and the embosser. If the job "
+        "does not continue, print the card again.\n\n"
         "5. If that does not help, call for service.")},
     {1134, N_("The indent ribbon is low. It will soon be used up.\n\n"
               "1. You can continue to print. Have a new indent ribbon ready.\n\n"
@@ -673,8 +683,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "1. Power off the printer with its power button, and the embosser if it has a power "
               "switch. Let the topper cool for 30 minutes, then open the emboss cover.\n\n"
               "2. Remove any card by hand. Do not use tools. Reject unfinished cards.\n\n"
-              "3. If the topping foil has a tag, push it in until it is seated. Otherwise install "
-              "another topping foil.\n\n"
+              "3. If the topping foil has an undamaged tag, push it in until it is seated. "
+              "Otherwise install one that has an undamaged tag.\n\n"
               "4. Close the emboss cover, then power on the printer and the embosser. If the job "
               "does not continue, print the card again.\n\n"
               "5. If the problem continues, call for service.")},
@@ -716,7 +726,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "4. If the problem continues, call for service.")},
     {1153, N_("The printer is waiting for the same card again, this time with side 2 up. Side 2 is "
               "the second side of the job.\n\n"
-              "1. Take the card that the printer returned last. Do not use a new card.\n\n"
+              "1. Take the card that the printer returned last. Do not use a new card. If you "
+              "cannot find that card, give up this job and send it again.\n\n"
               "2. Insert the card with side 2 up where the printer takes single cards.\n\n"
               "3. If the card is not picked, press the printer's user button.\n\n"
               "4. If the problem continues, call for service.")},
@@ -747,7 +758,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1170, INSERT_NEW_CARD_SIDE_1_BODY},
     {1171, N_("The printer is waiting for the same card with side 1 up. Side 1 is the first side "
               "of the job.\n"
-              "1. Take the card that the printer returned last. Do not use a new card.\n"
+              "1. Take the card that the printer returned last. Do not use a new card. If you "
+              "cannot find that card, give up this job and send it again.\n"
               "2. Insert the card with side 1 up where the printer takes single cards.\n"
               "3. If the card is not picked, press the printer's user button.\n"
               "4. If the problem continues, call for service.")},
@@ -759,15 +771,16 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "3. If the cleaning card is not picked, press the printer's user button.\n"
         "4. If the problem continues, call for service.")},
     {1173, N_("Always use the power button to power off the printer.")},
-    {1175, N_("A C2 supply error occurred. The C2 supply does not move correctly.\n"
-              "1. Open the printer cover. Do not touch the C2 heated roller. It can be hot.\n"
-              "2. If pieces are stuck, close the printer cover and power off the printer with its "
-              "power button. Let hot parts cool for 30 minutes, then open the printer cover. "
-              "Remove the pieces by hand. Do not use tools.\n"
-              "3. Wind a loose C2 supply tight. Replace a torn or wrinkled one.\n"
-              "4. Close the printer cover. Power on what you powered off. If the job does not "
-              "continue, print the card again.\n"
-              "5. If the problem continues, call for service.")},
+    {1175,
+     N_("A C2 supply error occurred. The C2 supply does not move correctly.\n"
+        "1. Open the printer cover. Do not touch the C2 heated roller. It can be hot.\n"
+        "2. If anything is stuck, close the cover and power off the printer with its power button. "
+        "Let hot parts cool for 30 minutes, then open the printer cover. Remove any card and "
+        "pieces by hand. Do not use tools. Do not touch the printhead. Reject unfinished cards.\n"
+        "3. Wind a loose C2 supply tight. Replace a torn or wrinkled one.\n"
+        "4. Close the printer cover. Power on what you powered off. If the job does not continue, "
+        "print the card again.\n"
+        "5. If the problem continues, call for service.")},
     {1176,
      N_("The type of the C2 supply is not correct for the job.\n"
         "1. If only the setting of the printer driver is wrong, correct it. Then give up this job "
@@ -791,9 +804,9 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "it out by hand. Do not use tools.\n"
         "2. If you see no card or cannot pull it out, power off the printer with its power button. "
         "Let hot parts cool for 30 minutes, then open the printer cover. Remove any card by hand. "
-        "Do not use tools. Do not touch the printhead. Reject unfinished cards.\n"
-        "3. Close the printer cover. Power on what you powered off. If the job does not continue "
-        "and you did not find the card finished, print it again.\n"
+        "Do not use tools. Do not touch the printhead.\n"
+        "3. Reject unfinished cards. Close the printer cover. Power on what you powered off. If "
+        "the job does not continue and you did not find the card finished, print it again.\n"
         "4. If the problem continues, call for service.")},
     {1179,
      N_("The card was not received. It did not reach the next part of the printer.\n"
@@ -809,13 +822,13 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "7. If the problem continues, call for service.")},
     {1195,
      N_("The card was not dispensed. It did not leave the printer.\n"
-        "1. Remove all cards from the output hopper. If a card sticks out of the card exit, pull "
-        "it out by hand. Do not use tools.\n"
-        "2. If no card sticks out or you cannot pull it out, power off the printer with its power "
-        "button. Let hot parts cool for 30 minutes, then open the printer cover. Remove any card "
-        "by hand. Do not use tools. Do not touch the printhead. Reject unfinished cards.\n"
-        "3. Close the printer cover. Power on what you powered off. If the job does not continue "
-        "and you did not find the card finished, print it again.\n"
+        "1. Remove all cards from the output hopper and whatever blocks the card exit. If a card "
+        "sticks out of the card exit, pull it out by hand. Do not use tools.\n"
+        "2. If you see no card or cannot pull it out, power off the printer with its power button. "
+        "Let hot parts cool for 30 minutes, then open the printer cover. Remove any card by hand. "
+        "Do not use tools. Do not touch the printhead.\n"
+        "3. Reject unfinished cards. Close the printer cover. Power on what you powered off. If "
+        "the job does not continue and you did not find the card finished, print it again.\n"
         "4. If the problem continues, call for service.")},
     {1196, N_("A critical laminator error stopped the laminator. A part of the laminator does not "
               "work correctly.\n"
@@ -833,8 +846,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "switch. Let the heated rollers cool for 30 minutes, then open the laminator cover.\n"
         "2. Remove the L1 supply. Then remove any card from the L1 area by hand. Do not use tools. "
         "Reject unfinished cards.\n"
-        "3. Install the L1 supply and make sure that it is tight. Close the laminator cover, then "
-        "power on the printer and the laminator.\n"
+        "3. Install the L1 supply, or a new one if torn. Make sure that it is tight. Close the "
+        "laminator cover, then power on the printer and the laminator.\n"
         "4. If the job does not continue and you did not find the card finished, print it again.\n"
         "5. If the problem continues, call for service.")},
     {1199,
@@ -844,37 +857,37 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "switch. Let the heated rollers cool for 30 minutes, then open the laminator cover.\n"
         "2. Remove the L2 supply. Then remove any card from the L2 area by hand. Do not use tools. "
         "Reject unfinished cards.\n"
-        "3. Install the L2 supply and make sure that it is tight. Close the laminator cover, then "
-        "power on the printer and the laminator.\n"
+        "3. Install the L2 supply, or a new one if torn. Make sure that it is tight. Close the "
+        "laminator cover, then power on the printer and the laminator.\n"
         "4. If the job does not continue and you did not find the card finished, print it again.\n"
         "5. If the problem continues, call for service.")},
     {1200, LAMINATOR_ENTRY_EXIT_BODY},
-    {1201,
-     N_("An L1 supply problem occurred. The L1 supply does not move correctly.\n"
-        "1. Open the laminator cover. Do not reach past the supply. The heated rollers can be "
-        "hot.\n"
-        "2. If pieces are stuck, close the laminator cover and power off the printer with its "
-        "power button, and the laminator if it has a power switch. Let the heated rollers cool for "
-        "30 minutes, then open the laminator cover. Remove the pieces by hand. Do not use tools.\n"
-        "3. Wind a loose L1 supply tight. Replace a torn or wrinkled one.\n"
-        "4. Close the laminator cover. Power on what you powered off. If the job does not "
-        "continue, print the card again.\n"
-        "5. If the problem continues, call for service.")},
+    {1201, N_("The L1 supply has a problem. It does not move correctly.\n"
+              "1. Open the laminator cover. Do not reach past the supply. The heated rollers can "
+              "be hot.\n"
+              "2. If anything is stuck, close the cover and power off the printer with its power "
+              "button, and the laminator if it has a power switch. Let the heated rollers cool for "
+              "30 minutes, then open the laminator cover. Remove any card and pieces by hand. Do "
+              "not use tools. Reject unfinished cards.\n"
+              "3. Wind a loose supply tight. Replace a torn or wrinkled one.\n"
+              "4. Close the laminator cover. Power on what you powered off. If the job does not "
+              "continue, print the card again.\n"
+              "5. If the problem continues, call for service.")},
     {1202, LAMINATOR_SUPPLY_OUT_BODY},
     {1203, LAMINATOR_SUPPLY_TYPE_BODY},
     {1204, LAMINATOR_SUPPLY_TYPE_BODY},
     {1205, LAMINATOR_SUPPLY_TYPE_BODY},
-    {1206,
-     N_("An L2 supply problem occurred. The L2 supply does not move correctly.\n"
-        "1. Open the laminator cover. Do not reach past the supply. The heated rollers can be "
-        "hot.\n"
-        "2. If pieces are stuck, close the laminator cover and power off the printer with its "
-        "power button, and the laminator if it has a power switch. Let the heated rollers cool for "
-        "30 minutes, then open the laminator cover. Remove the pieces by hand. Do not use tools.\n"
-        "3. Wind a loose L2 supply tight. Replace a torn or wrinkled one.\n"
-        "4. Close the laminator cover. Power on what you powered off. If the job does not "
-        "continue, print the card again.\n"
-        "5. If the problem continues, call for service.")},
+    {1206, N_("The L2 supply has a problem. It does not move correctly.\n"
+              "1. Open the laminator cover. Do not reach past the supply. The heated rollers can "
+              "be hot.\n"
+              "2. If anything is stuck, close the cover and power off the printer with its power "
+              "button, and the laminator if it has a power switch. Let the heated rollers cool for "
+              "30 minutes, then open the laminator cover. Remove any card and pieces by hand. Do "
+              "not use tools. Reject unfinished cards.\n"
+              "3. Wind a loose supply tight. Replace a torn or wrinkled one.\n"
+              "4. Close the laminator cover. Power on what you powered off. If the job does not "
+              "continue, print the card again.\n"
+              "5. If the problem continues, call for service.")},
     {1207, LAMINATOR_SUPPLY_OUT_BODY},
     {1208, LAMINATOR_SUPPLY_TYPE_BODY},
     {1209, LAMINATOR_SUPPLY_TYPE_BODY},
@@ -925,17 +938,18 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "4. If the problem continues, ask your administrator to update the firmware of the printer "
         "and the laminator.\n"
         "5. If that does not help, call for service.")},
-    {1224, N_("The region code of a supply is not valid for this printer. The supply is sold for "
-              "another region.\n"
-              "1. Find the supply that was replaced last.\n"
-              "2. Power off the printer with its power button, and every module that has a power "
-              "switch.\n"
-              "3. Let hot parts cool for 30 minutes. Then replace the supply with one that is sold "
-              "for the region of the printer.\n"
-              "4. Close all covers, then power on the modules and the printer. If the job does not "
-              "continue, print the card again.\n"
-              "5. If the problem continues, ask your supplier for the correct supply, or call for "
-              "service.")},
+    {1224,
+     N_("The region code of a supply is not valid for this printer. The supply is sold for another "
+        "region.\n"
+        "1. Find out which supply was replaced last. Do not open a cover yet.\n"
+        "2. Power off the printer with its power button, and every module that has a power "
+        "switch.\n"
+        "3. Let hot parts cool for 30 minutes, then open the cover of the supply. Do not touch the "
+        "printhead. Replace the supply with one that is sold for the region of the printer.\n"
+        "4. Close all covers, then power on the modules and the printer. If the job does not "
+        "continue, print the card again.\n"
+        "5. If the problem continues, ask your supplier for the correct supply, or call for "
+        "service.")},
     {1225, N_("The rewrite configuration does not match the configuration of the printer.\n"
               "1. Make sure that the correct printer is selected for the job.\n"
               "2. Make sure that the rewrite settings of the printer driver and of the printer are "
@@ -952,7 +966,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "2. Keep the printer cover closed. Let hot parts cool for 30 minutes, then power on the "
         "printer.\n"
         "3. If the job does not continue, print the card again.\n"
-        "4. If the problem continues, call for service. Do not remove the C1 printhead.")},
+        "4. If the problem continues, power off the printer, leave it off and call for service. Do "
+        "not remove the C1 printhead.")},
     {1229,
      N_("A C2 heat sensor error occurred. The temperature of the C2 heated roller cannot be "
         "measured.\n"
@@ -991,8 +1006,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1233, N_("The smart card contact failed. The smart card station could not connect to the chip "
               "of the card.\n"
               "1. Load cards that have a chip, with the chip on the correct side.\n"
-              "2. If the chip is dirty, wipe it with a dry, soft cloth. If it is damaged, use a "
-              "new card.\n"
+              "2. If the chip is dirty, wipe it with a dry, soft cloth. If it is damaged, reject "
+              "the card and load a new one.\n"
               "3. If the job does not continue, print the card again.\n"
               "4. If the problem continues, power off the printer with its power button, then "
               "power it on again. If the job does not continue, print the card again.\n"
@@ -1049,15 +1064,16 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "3. Close the printer cover. If the job does not continue, print the card again.\n"
         "4. If the problem continues, ask your supplier which C1 supply the printer supports, or "
         "call for service.")},
-    {1240, N_("A C1 supply error occurred. The C1 supply does not move correctly.\n"
-              "1. Open the printer cover. Do not touch the C1 printhead. It can be hot.\n"
-              "2. If pieces are stuck, close the printer cover and power off the printer with its "
-              "power button. Let hot parts cool for 30 minutes, then open the printer cover. "
-              "Remove the pieces by hand. Do not use tools.\n"
-              "3. Wind a loose C1 supply tight. Replace a torn or wrinkled one.\n"
-              "4. Close the printer cover. Power on what you powered off. If the job does not "
-              "continue, print the card again.\n"
-              "5. If the problem continues, call for service.")},
+    {1240,
+     N_("A C1 supply error occurred. The C1 supply does not move correctly.\n"
+        "1. Open the printer cover. Do not touch the C1 printhead. It can be hot.\n"
+        "2. If anything is stuck, close the cover and power off the printer with its power button. "
+        "Let hot parts cool for 30 minutes, then open the printer cover. Remove any card and "
+        "pieces by hand. Do not use tools. Do not touch the printhead. Reject unfinished cards.\n"
+        "3. Wind a loose C1 supply tight. Replace a torn or wrinkled one.\n"
+        "4. Close the printer cover. Power on what you powered off. If the job does not continue, "
+        "print the card again.\n"
+        "5. If the problem continues, call for service.")},
     {1241, N_("The type of the C1 supply is not correct for the job.\n"
               "1. If only the setting of the printer driver is wrong, correct it. Then give up "
               "this job and send a corrected one.\n"
@@ -1104,14 +1120,15 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "3. Close the laser cover, then power on the printer and the laser.\n"
         "4. If the job does not continue and you did not find the card finished, print it again.\n"
         "5. If the problem continues, call for service.")},
-    {1251,
-     N_("A laser position error occurred. The laser or the card did not reach its position.\n"
-        "1. Power off the printer with its power button, and the laser if it has a power switch.\n"
-        "2. Wait 30 seconds, then power on the printer and the laser. If the job does not "
-        "continue, print the card again.\n"
-        "3. If the problem continues, ask your administrator whether the laser template places all "
-        "its data on the card.\n"
-        "4. If that does not help, call for service. Do not adjust the laser yourself.")},
+    {1251, N_("A laser position error occurred. The laser or the card did not reach its position.\n"
+              "1. Power off the printer with its power button, and the laser if it has a power "
+              "switch. Let the laser cool for 30 minutes, then open the laser cover.\n"
+              "2. Remove any card by hand. Do not use tools. Reject unfinished cards.\n"
+              "3. Close the laser cover, then power on the printer and the laser. If the job does "
+              "not continue, print the card again.\n"
+              "4. If the problem continues, ask your administrator whether the laser template "
+              "places all its data on the card.\n"
+              "5. If that does not help, call for service. Do not adjust the laser yourself.")},
     {1252, N_("There is an error in the Vexlio or image generator template.\n"
               "1. If the job does not name the correct laser template, give up this job and send a "
               "corrected one.\n"
@@ -1133,8 +1150,9 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "job. Then give up this job and send a corrected one.\n"
         "2. Otherwise close the laser cover and wait until the laser is ready. If the job does not "
         "continue, print the card again.\n"
-        "3. If the problem continues, power off the printer with its power button, then power it "
-        "on again. If the job does not continue, print the card again.\n"
+        "3. If the problem continues, power off the printer with its power button, and the laser "
+        "if it has a power switch. Then power on the printer and the laser. If the job does not "
+        "continue, print the card again.\n"
         "4. If that does not help, call for service.")},
     {1255, N_("The laser cover is open. The laser does not work while its cover is open.\n"
               "1. Remove whatever blocks the laser cover. Do not reach into the laser.\n"
@@ -1199,8 +1217,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "for service. Do not open the laser.")},
     {1264,
      N_("A card was lost in the laser. The printer does not know where the card is.\n"
-        "1. Check the card output and the reject tray of the laser. If you find the card finished, "
-        "do not print it again.\n"
+        "1. Check the card output and the reject tray of the laser. Do not reach into the laser. "
+        "If you find the card finished, do not print it again.\n"
         "2. Power off the printer with its power button, and the laser if it has a power switch. "
         "Let the laser cool for 30 minutes, then open the laser cover.\n"
         "3. Remove any card by hand. Do not use tools. Reject unfinished cards.\n"
@@ -1237,8 +1255,9 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "corrected one.\n"
               "2. Otherwise ask your administrator to load the laser setup into the laser again.\n"
               "3. If the job does not continue, print the card again.\n"
-              "4. If the problem continues, power off the printer with its power button, then "
-              "power it on again. If the job does not continue, print the card again.\n"
+              "4. If the problem continues, power off the printer with its power button, and the "
+              "laser if it has a power switch. Then power on the printer and the laser. If the job "
+              "does not continue, print the card again.\n"
               "5. If that does not help, call for service.")},
     {1269, N_("A laser setup name length error occurred. The name of the laser setup is too long "
               "or is missing.\n"
@@ -1259,9 +1278,9 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "1. Remove all cards from the card output of the laser. Do not reach into the laser.\n"
         "2. Make sure that no card blocks the opening of the card output.\n"
         "3. If the printer does not continue, press the printer's user button.\n"
-        "4. If the problem continues, power off the printer with its power button, then power it "
-        "on again. If the job does not continue and you did not find the card finished, print it "
-        "again.\n"
+        "4. If the problem continues, power off the printer with its power button, and the laser "
+        "if it has a power switch. Then power on the printer and the laser. If the job does not "
+        "continue and you did not find the card finished, print it again.\n"
         "5. If that does not help, call for service.")},
     {1272,
      N_("The reject tray of the laser is full. The job waits.\n"
@@ -1269,18 +1288,20 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "2. Handle them as your rules for rejected cards say. They can hold personal data.\n"
         "3. Make sure that no card blocks the opening of the reject tray. If the printer does not "
         "continue, press the printer's user button.\n"
-        "4. If the problem continues, power off the printer with its power button, then power it "
-        "on again. If the job does not continue, print the card again.\n"
+        "4. If the problem continues, power off the printer with its power button, and the laser "
+        "if it has a power switch. Then power on the printer and the laser. If the job does not "
+        "continue, print the card again.\n"
         "5. If that does not help, call for service.")},
     {1273,
      N_("An error occurred at the card output of the laser. A card did not come out correctly.\n"
-        "1. Remove all cards from the card output of the laser. Do not reach into the laser.\n"
-        "2. Make sure that nothing blocks the card output. If the job does not continue and you "
-        "did not find the card finished, print it again.\n"
-        "3. If the problem continues, power off the printer with its power button, then power it "
-        "on again. If the job does not continue and you did not find the card finished, print it "
-        "again.\n"
-        "4. If that does not help, call for service.")},
+        "1. Remove all cards from the card output of the laser and whatever blocks it. Do not "
+        "reach into the laser.\n"
+        "2. If you do not find the card or cannot remove it, power off the printer with its power "
+        "button, and the laser if it has a power switch. Let the laser cool for 30 minutes, then "
+        "open the laser cover. Remove any card by hand. Do not use tools.\n"
+        "3. Reject unfinished cards. Close the laser cover. Power on what you powered off. If the "
+        "job does not continue and you did not find the card finished, print it again.\n"
+        "4. If the problem continues, call for service.")},
     {1274,
      N_("The vision system is not available. The printer does not have one, or it is not ready.\n"
         "1. If the printer has no vision system, select another printer or remove the vision "
@@ -1299,14 +1320,14 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "4. If the problem continues, power off the printer with its power button, then "
               "power it on again. If the job does not continue, print the card again.\n"
               "5. If that does not help, call for service.")},
-    {1276,
-     N_("A card is jammed in the multi-hopper.\n"
-        "1. Power off the printer with its power button.\n"
-        "2. Unlock and open the multi-hopper. Remove the jammed card by hand. Do not use tools.\n"
-        "3. Remove bent or damaged cards from the hoppers. Load the other cards again.\n"
-        "4. Close and lock the multi-hopper, then power on the printer.\n"
-        "5. If the job does not continue, print the card again.\n"
-        "6. If the problem continues, call for service.")},
+    {1276, N_("A card is jammed in the multi-hopper.\n"
+              "1. Power off the printer with its power button.\n"
+              "2. Unlock and open the multi-hopper. Remove the jammed card by hand. Do not use "
+              "tools. Reject unfinished cards.\n"
+              "3. Remove bent or damaged cards from the hoppers. Load the other cards again.\n"
+              "4. Close and lock the multi-hopper, then power on the printer.\n"
+              "5. If the job does not continue, print the card again.\n"
+              "6. If the problem continues, call for service.")},
     {1277, N_("A multi-hopper pick error occurred. The card was not picked from its hopper.\n"
               "1. Unlock and open the multi-hopper. Remove the cards from the hopper that the job "
               "uses, and separate them.\n"
@@ -1317,14 +1338,14 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "power it on again. If the job does not continue, print the card again.\n"
               "5. If that does not help, call for service.")},
     {1300,
-     N_("The card was not dispensed. It can still be inside the printer.\n"
-        "1. Remove anything that blocks the card exit. If a card sticks out of the card exit, pull "
-        "it out by hand. Do not use tools.\n"
-        "2. If no card sticks out or you cannot pull it out, power off the printer with its power "
-        "button. Let hot parts cool for 30 minutes, then open the printer cover. Remove any card "
-        "by hand. Do not use tools. Do not touch the printhead. Reject unfinished cards.\n"
-        "3. Close the printer cover. Power on what you powered off. If the job does not continue "
-        "and you did not find the card finished, print it again.\n"
+     N_("The card was not dispensed. It can still be in the printer.\n"
+        "1. Remove all cards from the output hopper and whatever blocks the card exit. If a card "
+        "sticks out of the card exit, pull it out by hand. Do not use tools.\n"
+        "2. If you see no card or cannot pull it out, power off the printer with its power button. "
+        "Let hot parts cool for 30 minutes, then open the printer cover. Remove any card by hand. "
+        "Do not use tools. Do not touch the printhead.\n"
+        "3. Reject unfinished cards. Close the printer cover. Power on what you powered off. If "
+        "the job does not continue and you did not find the card finished, print it again.\n"
         "4. If the problem continues, call for service.")},
     {1301,
      N_("The RIM (rear insertion module) was not detected. The printer cannot find it.\n"
@@ -1338,8 +1359,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "correctly.\n"
         "1. Power off the printer with its power button, and the RIM if it has a power switch. "
         "Wait until nothing moves, then open the RIM door.\n"
-        "2. If a card or an object blocks the arm, remove it by hand. Do not use tools. Do not "
-        "force the arm. Reject unfinished cards.\n"
+        "2. Remove any card or object by hand. Do not use tools. Do not force the arm. Reject "
+        "unfinished cards.\n"
         "3. Close the RIM door, then power on the printer and the RIM.\n"
         "4. If the job does not continue and you did not find the card finished, print it again.\n"
         "5. If the problem continues, call for service.")},
@@ -1348,11 +1369,12 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
      N_("A RIM supply error occurred. The RIM (rear insertion module) cannot use its supply.\n"
         "1. Power off the printer with its power button, and the RIM if it has a power switch. "
         "Wait until nothing moves, then open the RIM door.\n"
-        "2. If the RIM supply is not damaged and not used up, push it in until it is seated. "
+        "2. Remove any card by hand. Do not use tools. Reject unfinished cards.\n"
+        "3. If the RIM supply is not damaged and not used up, push it in until it is seated. "
         "Otherwise install a new one.\n"
-        "3. Close the RIM door, then power on the printer and the RIM.\n"
-        "4. If the job does not continue, print the card again.\n"
-        "5. If the problem continues, call for service.")},
+        "4. Close the RIM door, then power on the printer and the RIM.\n"
+        "5. If the job does not continue and you did not find the card finished, print it again.\n"
+        "6. If the problem continues, call for service.")},
     {1305,
      N_("A card was lost in the RIM (rear insertion module). The printer does not know where the "
         "card is.\n"
@@ -1377,20 +1399,20 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "1. Remove the card from the rear. If it is bent or dirty, use another card.\n"
               "2. Insert the card at the rear again. Do not push it with force.\n"
               "3. If the printer does not continue, press the printer's user button.\n"
-              "4. If the problem continues, power off the printer with its power button, then "
-              "power it on again. If the job does not continue, print the card again.\n"
+              "4. If the problem continues, power off the printer with its power button, and the "
+              "RIM if it has a power switch. Then power on the printer and the RIM. If the job "
+              "does not continue, print the card again.\n"
               "5. If that does not help, call for service.")},
-    {1308,
-     N_("A RIM dispense error occurred. The RIM (rear insertion module) could not dispense the "
-        "card.\n"
-        "1. If a card sticks out of the opening of the RIM, pull it out by hand. Do not use "
-        "tools.\n"
-        "2. If no card sticks out or you cannot pull it out, power off the printer with its power "
-        "button, and the RIM if it has a power switch. Wait until nothing moves, then open the RIM "
-        "door. Remove any card by hand. Do not use tools. Reject unfinished cards.\n"
-        "3. Close the RIM door. Power on what you powered off. If the job does not continue and "
-        "you did not find the card finished, print it again.\n"
-        "4. If the problem continues, call for service.")},
+    {1308, N_("A RIM dispense error occurred. The RIM (rear insertion module) could not dispense "
+              "the card.\n"
+              "1. If a card sticks out of the opening of the RIM, pull it out by hand. Do not use "
+              "tools.\n"
+              "2. If you see no card or cannot pull it out, power off the printer with its power "
+              "button, and the RIM if it has a power switch. Wait until nothing moves, then open "
+              "the RIM door. Remove any card by hand. Do not use tools.\n"
+              "3. Reject unfinished cards. Close the RIM door. Power on what you powered off. If "
+              "the job does not continue and you did not find the card finished, print it again.\n"
+              "4. If the problem continues, call for service.")},
     {1309, RIM_ERROR_BODY},
     {1311,
      N_("A card is jammed in the LCM (Light Cure Module).\n"
@@ -1419,7 +1441,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "2. Keep the LCM door closed. Let the lamp cool for 30 minutes, then power on the printer "
         "and the LCM.\n"
         "3. If the job does not continue, print the card again.\n"
-        "4. If the problem continues, call for service. Do not touch the lamp.")},
+        "4. If the problem continues, power off the printer and the LCM, leave them off and call "
+        "for service. Do not touch the lamp.")},
     {1314,
      N_("An LCM lamp problem occurred. The lamp of the LCM (Light Cure Module) does not work "
         "correctly.\n"
@@ -1462,8 +1485,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "power switch.\n"
               "3. Make sure that the rear module is attached to the printer and that its cable is "
               "connected.\n"
-              "4. Power on the printer and the rear module. If the job does not continue, print "
-              "the card again.\n"
+              "4. Power on the printer and the rear module. If the job does not continue and you "
+              "did not find the card finished, print it again.\n"
               "5. If the problem continues, call for service.")},
     {1322, N_("The RIM door is open. It is the door of the RIM (rear insertion module).\n"
               "1. Remove whatever blocks the RIM door. Do not reach into the RIM.\n"
@@ -1471,15 +1494,15 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "printer's user button.\n"
               "3. If the message stays, open the RIM door and close it again.\n"
               "4. If the problem continues, call for service.")},
-    {1324, N_("UV printing is prohibited at 300x300 resolution. The job asks for both.\n"
-              "1. Select another resolution in the printer driver. If you do not need UV printing, "
-              "remove the UV data from the job instead.\n"
-              "2. Give up this job and send a corrected one.\n"
-              "3. If the message appears again without UV data, open the printer cover and install "
-              "a print ribbon without UV. Do not touch the printhead. It can be hot. Close the "
-              "printer cover. If the job does not continue, print the card again.\n"
-              "4. If the problem continues, ask your administrator to check the job and the "
-              "settings, or call for service.")},
+    {1324,
+     N_("UV printing is prohibited at 300x300 resolution. The job asks for both.\n"
+        "1. Select another resolution in the printer driver, or remove the UV data from the job.\n"
+        "2. Give up this job and send a corrected one.\n"
+        "3. If the message appears again without UV data, open the printer cover. Do not touch the "
+        "printhead. It can be hot. Install a print ribbon without UV. Close the printer cover. If "
+        "the job does not continue, print the card again.\n"
+        "4. If the problem continues, ask your administrator to check the job and the settings, or "
+        "call for service.")},
     {1325, N_("The rear module door is open. Close the rear module door to continue.\n"
               "1. Remove whatever blocks the rear module door. Do not touch hot parts.\n"
               "2. Close the rear module door until it latches. If the printer does not continue, "
@@ -1498,29 +1521,34 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1329, N_("The output hopper is full. The job waits.\n"
               "1. Remove all cards from the output hopper. If a card sticks out of the card exit, "
               "pull it out by hand. Do not use tools.\n"
-              "2. If the printer does not continue, press the printer's user button.\n"
-              "3. If the problem continues, call for service.")},
+              "2. Reject unfinished cards. If the printer does not continue, press the printer's "
+              "user button.\n"
+              "3. If the problem continues, power off the printer with its power button, then "
+              "power it on again. If the job does not continue and you did not find the card "
+              "finished, print it again.\n"
+              "4. If that does not help, call for service.")},
     {1500, N_("The printer is not available. The computer cannot reach it.\n\n"
               "1. Power on the printer if it is off. Wait until it is ready.\n\n"
               "2. Make sure that the cable between the printer and the computer or the network is "
               "connected.\n\n"
               "3. If the problem continues, power off the printer with its power button, then "
               "power it on again. Also restart the computer.\n\n"
-              "4. If the job does not continue, print the card again.\n\n"
+              "4. Wait until the printer is ready, then check the output hopper. If the job does "
+              "not continue and you did not find the card finished, print it again.\n\n"
               "5. If that does not help, ask your administrator to check the printer and the "
               "network, or call for service.")},
-    {1501,
-     N_("The connection to the printer was lost. The printer can still finish the card.\n\n"
-        "1. Power on the printer if it is off. Make sure that its cable is connected at both "
-        "ends.\n\n"
-        "2. Check the output hopper. If you find the card finished, do not print it again.\n\n"
-        "3. If the job does not continue and you did not find the card finished, print it "
-        "again.\n\n"
-        "4. If the problem continues, power off the printer with its power button, then power it "
-        "on again. If the job does not continue and you did not find the card finished, print it "
-        "again.\n\n"
-        "5. If that does not help, ask your administrator to check the network, or call for "
-        "service.")},
+    {1501, N_("The connection to the printer was lost. The printer can still finish the card.\n\n"
+              "1. Power on the printer if it is off. Make sure that its cable is connected at both "
+              "ends.\n\n"
+              "2. Wait until the printer is ready, then check the output hopper. If you find the "
+              "card finished, do not print it again.\n\n"
+              "3. If the job does not continue and you did not find the card finished, print it "
+              "again.\n\n"
+              "4. If the problem continues, power off the printer with its power button, then "
+              "power it on again. If the job does not continue and you did not find the card "
+              "finished, print it again.\n\n"
+              "5. If that does not help, ask your administrator to check the network, or call for "
+              "service.")},
     {1502,
      N_("The card data is missing or is not usable: a field is empty, or its data cannot be "
         "printed.\n\n"
@@ -1542,15 +1570,15 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "2. Connect the USB cable to another port of the computer. Do not use a USB hub.\n\n"
               "3. If the problem continues, replace the USB cable. Power off the printer with its "
               "power button, then power it on again. Also restart the computer.\n\n"
-              "4. If the job does not continue and you did not find the card finished, print it "
-              "again.\n\n"
+              "4. Wait until the printer is ready, then check the output hopper. If the job does "
+              "not continue and you did not find the card finished, print it again.\n\n"
               "5. If the problem continues, call for service.")},
     {1506, N_("A card is currently processing, so the request was not carried out.\n\n"
               "1. Wait until the card is in the output hopper.\n\n"
               "2. Repeat the request when the printer is ready.\n\n"
               "3. If no card leaves the printer after several minutes, power off the printer with "
               "its power button, then power it on again. If the job does not continue, print the "
-              "card again.\n\n"
+              "card again. Then repeat the request.\n\n"
               "4. If that does not help, call for service.")},
     {1507, N_("The printer is unlocked. It must be locked to print this job.\n\n"
               "1. Close the printer cover and the card hopper.\n\n"
@@ -1579,7 +1607,8 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
               "5. If that does not help, call for service.")},
     {1518, N_("The printer is unable to print the card. It is not ready, or something is missing.\n"
               "1. Make sure that the printer is ready and shows no other message.\n"
-              "2. Make sure that the card hopper has cards and that the supplies are installed.\n"
+              "2. Make sure that the card hopper has cards and that the supplies are installed. Do "
+              "not touch hot parts.\n"
               "3. If the job does not continue, print the card again.\n"
               "4. If the problem continues, power off the printer with its power button, then "
               "power it on again. If the job does not continue, print the card again.\n"
@@ -1603,16 +1632,18 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
      N_("A job failed because the laser is not ready.\n"
         "1. Close the laser cover and all doors.\n"
         "2. Wait until the laser is ready. If the job does not continue, print the card again.\n"
-        "3. If the problem continues, power off the printer with its power button, then power it "
-        "on again. If the job does not continue, print the card again.\n"
+        "3. If the problem continues, power off the printer with its power button, and the laser "
+        "if it has a power switch. Then power on the printer and the laser. If the job does not "
+        "continue, print the card again.\n"
         "4. If that does not help, call for service.")},
     {1522, N_("The laser files could not be read. The laser needs them for this job.\n"
               "1. If the job does not name the correct laser files, give up this job and send a "
               "corrected one.\n"
               "2. Otherwise ask your administrator to load the laser files into the laser again.\n"
               "3. If the job does not continue, print the card again.\n"
-              "4. If the problem continues, power off the printer with its power button, then "
-              "power it on again. If the job does not continue, print the card again.\n"
+              "4. If the problem continues, power off the printer with its power button, and the "
+              "laser if it has a power switch. Then power on the printer and the laser. If the job "
+              "does not continue, print the card again.\n"
               "5. If that does not help, call for service.")},
     {2000, N_("Not supported.")},
 }};

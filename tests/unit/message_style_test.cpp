@@ -74,6 +74,8 @@ const std::string AGAIN = "If the job does not continue, print the card again.";
 const std::string AGAIN_UNLESS_FOUND =
     "If the job does not continue and you did not find the card finished, print it again.";
 const std::string CORRECTED = "ive up this job and send a corrected one.";
+const std::string NO_SAME_CARD =
+    "If you cannot find that card, give up this job and send it again.";
 
 // A place in the machine, and the words with which a hand gets into it.
 struct Place {
@@ -256,7 +258,7 @@ TEST(Closing, a_waiting_printer_is_sent_on_with_its_user_button_first) {
 
 TEST(Closing, a_corrected_job_takes_the_place_of_the_failed_one) {
     for (const auto& [id, text] : own_bodies()) {
-        const auto rest = without(text, {CORRECTED});
+        const auto rest = without(text, {CORRECTED, NO_SAME_CARD});
         EXPECT_FALSE(std::regex_search(rest, std::regex("[Ss]end |corrected"))) << "id " << id;
     }
 }
@@ -308,7 +310,7 @@ TEST(Wording, bodies_are_short) {
     for (const auto& [id, text] : own_bodies()) {
         EXPECT_LE(text.size(), 657U) << "id " << id;
     }
-    EXPECT_LE(get_message_text(1118).size(), 520U); // was the longest of all
+    EXPECT_LE(get_message_text(1118).size(), 540U); // was the longest of all
 }
 
 std::string trimmed(const std::string& text) {

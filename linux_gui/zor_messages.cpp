@@ -73,9 +73,8 @@ constexpr const char* TOPPING_FOIL_TYPE_BODY =
        "2. Otherwise power off the printer with its power button, and the embosser if it has a "
        "power switch. Let the topper cool for 30 minutes, then open the emboss cover.\n\n"
        "3. Remove any card by hand. Do not use tools. Reject unfinished cards.\n\n"
-       "4. Install a topping foil that the embosser supports and that the job needs. Close the "
-       "emboss cover, then power on the printer and the embosser. If the job does not continue, "
-       "print the card again.\n\n"
+       "4. Install the correct topping foil. Close the emboss cover, then power on the printer and "
+       "the embosser. If the job does not continue, print the card again.\n\n"
        "5. If the problem continues, call for service.");
 
 constexpr const char* LAMINATOR_ENTRY_EXIT_BODY =
@@ -470,10 +469,9 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "Let hot parts cool for 30 minutes, then open the printer cover. Remove any card and "
         "pieces by hand. Do not use tools. Do not touch the printhead. Reject unfinished cards.\n\n"
         "3. Wind a loose print ribbon tight. Replace a torn or wrinkled one. Push it in until it "
-        "is seated.\n\n"
-        "4. Close the printer cover. Power on what you powered off. If the job does not continue, "
-        "print the card again.\n\n"
-        "5. If the problem continues, call for service.")},
+        "is seated. Close the printer cover. Power on what you powered off. If the job does not "
+        "continue, print the card again.\n\n"
+        "4. If the problem continues, call for service.")},
     {1110, N_("The print ribbon is out or missing. Its place is under the printer cover.\n\n"
               "1. Open the printer cover. Do not touch the printhead. It can be hot.\n\n"
               "2. If the print ribbon is installed and not used up, push it in until it is seated. "
@@ -609,15 +607,14 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "5. If that does not help, call for service.")},
     {1133,
      N_("The reject tray of the embosser is full. The job waits.\n\n"
-        "1. Remove all cards from the reject tray of the embosser. Do not reach into the "
-        "embosser.\n\n"
-        "2. Handle them as your rules for rejected cards say. They can hold personal data.\n\n"
-        "3. Make sure that no card blocks the opening of the reject tray. If the printer does not "
+        "1. Remove all cards from the reject tray of the embosser. Do not reach into the embosser. "
+        "Handle them as your rules for rejected cards say. They can hold personal data.\n\n"
+        "2. Make sure that no card blocks the opening of the reject tray. If the printer does not "
         "continue, press the printer's user button.\n\n"
-        "4. If the problem continues, power off the printer with its power button, and the "
+        "3. If the problem continues, power off the printer with its power button, and the "
         "embosser if it has a power switch. Then power on the printer and the embosser. If the job "
         "does not continue, print the card again.\n\n"
-        "5. If that does not help, call for service.")},
+        "4. If that does not help, call for service.")},
     {1134, N_("The indent ribbon is low. It will soon be used up.\n\n"
               "1. You can continue to print. Have a new indent ribbon ready.\n\n"
               "2. To replace the indent ribbon, wait until the job is finished. Power off the "
@@ -679,15 +676,15 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
         "5. If the problem continues, call for service.")},
     {1145, TOPPING_FOIL_TYPE_BODY},
     {1146, TOPPING_FOIL_TYPE_BODY},
-    {1147, N_("No tag was found on the topping foil, so the topping foil was not identified.\n\n"
-              "1. Power off the printer with its power button, and the embosser if it has a power "
-              "switch. Let the topper cool for 30 minutes, then open the emboss cover.\n\n"
-              "2. Remove any card by hand. Do not use tools. Reject unfinished cards.\n\n"
-              "3. If the topping foil has an undamaged tag, push it in until it is seated. "
-              "Otherwise install one that has an undamaged tag.\n\n"
-              "4. Close the emboss cover, then power on the printer and the embosser. If the job "
-              "does not continue, print the card again.\n\n"
-              "5. If the problem continues, call for service.")},
+    {1147,
+     N_("No tag was found on the topping foil, so the topping foil was not identified.\n\n"
+        "1. Power off the printer with its power button, and the embosser if it has a power "
+        "switch. Let the topper cool for 30 minutes, then open the emboss cover.\n\n"
+        "2. Remove any card by hand. Do not use tools. Reject unfinished cards.\n\n"
+        "3. If the topping foil has an undamaged tag, push it in until it is seated. Otherwise "
+        "install one that has an undamaged tag. Close the emboss cover, then power on the printer "
+        "and the embosser. If the job does not continue, print the card again.\n\n"
+        "4. If the problem continues, call for service.")},
     {1148, N_("The topping foil is low. It will soon be used up.\n\n"
               "1. You can continue to print. Have a new topping foil ready.\n\n"
               "2. To replace the topping foil, wait until the job is finished. Power off the "
@@ -1540,14 +1537,12 @@ constexpr std::array<catalogue_entry, 431> CATALOGUE{{
     {1501, N_("The connection to the printer was lost. The printer can still finish the card.\n\n"
               "1. Power on the printer if it is off. Make sure that its cable is connected at both "
               "ends.\n\n"
-              "2. Wait until the printer is ready, then check the output hopper. If you find the "
-              "card finished, do not print it again.\n\n"
-              "3. If the job does not continue and you did not find the card finished, print it "
-              "again.\n\n"
-              "4. If the problem continues, power off the printer with its power button, then "
+              "2. Wait until the printer is ready, then check the output hopper. If the job does "
+              "not continue and you did not find the card finished, print it again.\n\n"
+              "3. If the problem continues, power off the printer with its power button, then "
               "power it on again. If the job does not continue and you did not find the card "
               "finished, print it again.\n\n"
-              "5. If that does not help, ask your administrator to check the network, or call for "
+              "4. If that does not help, ask your administrator to check the network, or call for "
               "service.")},
     {1502,
      N_("The card data is missing or is not usable: a field is empty, or its data cannot be "

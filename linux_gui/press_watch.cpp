@@ -99,12 +99,16 @@ gboolean handle_enter(GtkWidget* box, GdkEvent* event, gpointer /*unused*/) {
     return FALSE;
 }
 
+bool is_press(const GdkEvent* event) {
+    guint number = 0;
+    gdk_event_get_button(event, &number); // a touch has none
+    const auto type = gdk_event_get_event_type(event);
+    return type == GDK_TOUCH_BEGIN || (type == GDK_BUTTON_PRESS && number == GDK_BUTTON_PRIMARY);
+}
+
 // The handler of "button-press-event" and "touch-event" of a button.
 gboolean handle_press(GtkWidget* button, GdkEvent* event, gpointer box) {
-    guint number = GDK_BUTTON_PRIMARY;
-    gdk_event_get_button(event, &number);
-    const auto type = gdk_event_get_event_type(event);
-    if ((type != GDK_BUTTON_PRESS && type != GDK_TOUCH_BEGIN) || number != GDK_BUTTON_PRIMARY) {
+    if (!is_press(event)) {
         return FALSE;
     }
     auto* presses = presses_of(box);

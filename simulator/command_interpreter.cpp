@@ -14,6 +14,15 @@ bool begins_with_digit(std::string_view text) {
     return !text.empty() && text.front() >= '0' && text.front() <= '9';
 }
 
+// A line without what comes before the command, and without the carriage return of a line end
+// made elsewhere.
+std::string_view command_text(std::string_view line) {
+    if (line.ends_with('\r')) {
+        line.remove_suffix(1);
+    }
+    return Tokenizer(line).remainder();
+}
+
 std::uint64_t fault_value(FaultValue kind, Tokenizer& words) {
     switch (kind) {
     case FaultValue::none:
@@ -146,7 +155,7 @@ CommandInterpreter::TimedLine CommandInterpreter::split_time(std::string_view li
 }
 
 void CommandInterpreter::execute(std::string_view line, const std::string& where) {
-    const std::string_view text = Tokenizer(line).remainder();
+    const std::string_view text = command_text(line);
     if (text.empty() || text.front() == '#') {
         return;
     }
@@ -171,7 +180,7 @@ void CommandInterpreter::plan_scenario(std::string_view text, const std::string&
     unsigned number = 0;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\n'), text.size());
-        const std::string_view line = Tokenizer(text.substr(0, end)).remainder();
+        const std::string_view line = command_text(text.substr(0, end));
         text.remove_prefix(std::min(end + 1, text.size()));
         const std::string where = source + ":" + std::to_string(++number);
         if (line.empty() || line.front() == '#') {
@@ -431,8 +440,7 @@ void CommandInterpreter::help() {
         output_.answer("      " + std::string(entry.help));
     }
     output_.answer("  A time in front lets a line wait: \"+500ms COMMAND\", \"@2s COMMAND\".");
-    output_.answer(
-        "  Put names with blanks in double quotes; \\n, \\\", \\xFF and so on work there.");
+    output_.answer("  Put names with blanks in quotes; \\n, \\\", \\xFF and so on work there.");
 }
 
 } // namespace printer_simulator

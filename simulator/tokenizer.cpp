@@ -43,6 +43,14 @@ bool is_blank(char c) {
     return c == ' ' || c == '\t';
 }
 
+bool is_quote(char c) {
+    return c == '"' || c == '\'';
+}
+
+CommandError open_quote() {
+    return CommandError("a closing quote is missing");
+}
+
 bool is_octal(char c) {
     return c >= '0' && c <= '7';
 }
@@ -65,7 +73,7 @@ std::optional<std::string> Tokenizer::next() {
     if (rest_.empty()) {
         return std::nullopt;
     }
-    if (rest_.front() == '"') {
+    if (is_quote(rest_.front())) {
         return quoted_word();
     }
     std::size_t length = 0;
@@ -81,26 +89,27 @@ std::optional<std::string> Tokenizer::next() {
 }
 
 std::string Tokenizer::quoted_word() {
+    const char quote = rest_.front();
     rest_.remove_prefix(1);
     std::string word;
-    while (!rest_.empty() && rest_.front() != '"') {
+    while (!rest_.empty() && rest_.front() != quote) {
         const char c = rest_.front();
         rest_.remove_prefix(1);
         word += c == '\\' ? escaped_byte() : c;
     }
     if (rest_.empty()) {
-        throw CommandError("a closing double quote is missing");
+        throw open_quote();
     }
     rest_.remove_prefix(1);
     if (!rest_.empty() && !is_blank(rest_.front())) {
-        throw CommandError("no blank after a closing double quote");
+        throw CommandError("no blank after a closing quote");
     }
     return word;
 }
 
 char Tokenizer::escaped_byte() {
     if (rest_.empty()) {
-        throw CommandError("a closing double quote is missing");
+        throw open_quote();
     }
     if (is_octal(rest_.front())) {
         unsigned value = 0;
@@ -123,8 +132,8 @@ char Tokenizer::escaped_byte() {
         rest_.remove_prefix(2);
         return static_cast<char>(value);
     }
-    constexpr std::string_view LETTERS = "ntr\"\\abfv";
-    constexpr std::string_view BYTES = "\n\t\r\"\\\a\b\f\v";
+    constexpr std::string_view LETTERS = "ntr\"'\\abfv";
+    constexpr std::string_view BYTES = "\n\t\r\"'\\\a\b\f\v";
     const std::size_t index = LETTERS.find(letter);
     if (index == std::string_view::npos) {
         throw CommandError(std::string("unknown escape \\") + letter);
@@ -142,7 +151,7 @@ std::string Tokenizer::require(std::string_view what) {
 
 std::string Tokenizer::rest_of_line() {
     skip_blanks();
-    if (!rest_.empty() && rest_.front() == '"') {
+    if (!rest_.empty() && is_quote(rest_.front())) {
         std::string word = quoted_word();
         expect_end();
         return word;

@@ -18,9 +18,10 @@ public:
 
 /// Takes words from the front of a line, one after the other.
 ///
-/// Blanks and tabs separate words. A word in double quotes may hold anything, with the escapes
-/// `\n \t \r \" \\ \a \b \f \v`, `\xHH` (two hexadecimal digits) and `\OOO` (one to three octal
-/// digits), so that any byte can be written. Outside quotes a backslash stands for itself.
+/// Blanks and tabs separate words. A word in double or single quotes may hold anything, with the
+/// escapes `\n \t \r \" \' \\ \a \b \f \v`, `\xHH` (two hexadecimal digits) and `\OOO` (one to
+/// three octal digits), so that any byte can be written. Outside quotes a backslash stands for
+/// itself, and so does an apostrophe inside a word.
 class Tokenizer {
 public:
     /// The line must outlive the tokenizer.

@@ -115,6 +115,18 @@ TEST_F(Interpreter, publishes_a_file_even_an_empty_one) {
     EXPECT_NE(last_complaint().find("/does/not/exist"), std::string::npos);
 }
 
+TEST_F(Interpreter, takes_line_ends_with_a_carriage_return) {
+    run("error P 1 110 3\r");
+    run("clear-all\r");
+    run("\r");
+    run("raw A\r");
+    EXPECT_EQ(service_.model().newest_event(), 3U);
+    run("error P 2 110 3 Card\r");
+    EXPECT_EQ(open_errors().at(0).error.text, "Card");
+    EXPECT_TRUE(complaints_.empty());
+    EXPECT_EQ(service_.model().open_errors().size(), 1U);
+}
+
 TEST_F(Interpreter, skips_empty_lines_and_comments) {
     run("");
     run("   \t");
@@ -171,6 +183,7 @@ TEST_F(Interpreter, plays_a_scenario_in_the_order_of_its_times) {
     std::string order;
     for (const auto& open : open_errors()) {
         order += open.error.job + " ";
+        EXPECT_EQ(open.error.severity, "3");
     }
     EXPECT_EQ(order, "first second third fourth fifth ");
     EXPECT_TRUE(complaints_.empty());

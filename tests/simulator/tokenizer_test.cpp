@@ -39,7 +39,7 @@ TEST(Tokenizer, takes_a_backslash_outside_quotes_as_it_stands) {
 }
 
 TEST(Tokenizer, reads_every_escape) {
-    EXPECT_EQ(only_word(R"("\n\t\r\"\\\a\b\f\v")"), "\n\t\r\"\\\a\b\f\v");
+    EXPECT_EQ(only_word(R"("\n\t\r\"\'\\\a\b\f\v")"), "\n\t\r\"'\\\a\b\f\v");
 }
 
 TEST(Tokenizer, reads_hexadecimal_and_octal_bytes) {
@@ -47,14 +47,33 @@ TEST(Tokenizer, reads_hexadecimal_and_octal_bytes) {
     EXPECT_EQ(only_word(R"("\377\12z\0")"), std::string("\xff\nz\0", 4));
 }
 
+TEST(Tokenizer, takes_single_quotes_like_double_ones) {
+    EXPECT_EQ(only_word("'Front Desk'"), "Front Desk");
+    EXPECT_EQ(only_word(R"('\x41\n\'"')"), "A\n'\"");
+    EXPECT_EQ(only_word(R"("it's")"), "it's");
+    Tokenizer words("raw '<a b=\"1\">'");
+    words.next();
+    EXPECT_EQ(words.rest_of_line(), "<a b=\"1\">");
+}
+
+TEST(Tokenizer, takes_an_apostrophe_inside_a_word_as_it_stands) {
+    EXPECT_EQ(only_word("O'Brien"), "O'Brien");
+    Tokenizer words("Don't 'panic'");
+    EXPECT_EQ(words.rest_of_line(), "Don't 'panic'");
+}
+
 TEST(Tokenizer, keeps_an_empty_quoted_word) {
     EXPECT_EQ(only_word("\"\""), "");
+    EXPECT_EQ(only_word("''"), "");
 }
 
 TEST(Tokenizer, complains_about_bad_quoting) {
-    EXPECT_EQ(complaint("\"open"), "a closing double quote is missing");
-    EXPECT_EQ(complaint("\"open\\"), "a closing double quote is missing");
-    EXPECT_EQ(complaint("\"a\"b"), "no blank after a closing double quote");
+    EXPECT_EQ(complaint("\"open"), "a closing quote is missing");
+    EXPECT_EQ(complaint("'open"), "a closing quote is missing");
+    EXPECT_EQ(complaint("'open\""), "a closing quote is missing");
+    EXPECT_EQ(complaint("\"open\\"), "a closing quote is missing");
+    EXPECT_EQ(complaint("\"a\"b"), "no blank after a closing quote");
+    EXPECT_EQ(complaint("'a'b"), "no blank after a closing quote");
     EXPECT_EQ(complaint("a\"b"), "a double quote inside a word; put the whole word in quotes");
     EXPECT_EQ(complaint(R"("\q")"), "unknown escape \\q");
     EXPECT_EQ(complaint(R"("\x1")"), "\\x needs two hexadecimal digits");

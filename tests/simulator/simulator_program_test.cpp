@@ -1,15 +1,20 @@
+#include <gio/gunixinputstream.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "glib_support.h"
+#include "line_splitter.h"
 #include "simulator_test_support.h"
 #include "wire.h"
 
@@ -19,20 +24,7 @@ namespace {
 // A running simulator program, with its input and its output lines. Ended at the latest here.
 class Program {
 public:
-    explicit Program(std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), SIMULATOR_PROGRAM);
-        std::vector<const char*> argv;
-        for (const std::string& argument : arguments) {
-            argv.push_back(argument.c_str());
-        }
-        argv.push_back(nullptr);
-        const auto flags = static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDIN_PIPE |
-                                                         G_SUBPROCESS_FLAGS_STDOUT_PIPE |
-                                                         G_SUBPROCESS_FLAGS_STDERR_PIPE);
-        process_.reset(g_subprocess_newv(argv.data(), flags, nullptr));
-        output_.reset(g_data_input_stream_new(g_subprocess_get_stdout_pipe(process_.get())));
-        errors_.reset(g_data_input_stream_new(g_subprocess_get_stderr_pipe(process_.get())));
-    }
+    explicit Program(const std::vector<std::string>& arguments) : process_(started(arguments)) {}
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
     ~Program() {
@@ -50,37 +42,80 @@ public:
     }
     void signal(int number) { g_subprocess_send_signal(process_.get(), number); }
 
-    // The next line that holds `part`. Fails the test at the end of the output.
-    std::string line_with(const std::string& part) { return line_with(output_.get(), part); }
-    std::string complaint_with(const std::string& part) { return line_with(errors_.get(), part); }
+    // The next line that holds `part`. Fails the test at the end of the output, or at DEADLINE.
+    std::string line_with(const std::string& part) { return output_.line_with(part); }
+    std::string complaint_with(const std::string& part) { return errors_.line_with(part); }
     std::uint16_t ready_port() {
         const std::string line = line_with("ready port=");
         return static_cast<std::uint16_t>(std::atoi(line.c_str() + line.find('=') + 1));
     }
     int exit_status() {
-        g_subprocess_wait(process_.get(), nullptr, nullptr);
-        return g_subprocess_get_if_exited(process_.get())
+        const bool ended =
+            wait_until([this] { return g_subprocess_get_identifier(process_.get()) == nullptr; });
+        EXPECT_TRUE(ended) << "the program did not end";
+        return ended && g_subprocess_get_if_exited(process_.get())
                    ? g_subprocess_get_exit_status(process_.get())
                    : -1;
     }
 
 private:
-    static std::string line_with(GDataInputStream* stream, const std::string& part) {
-        while (true) {
-            const GTextPtr line(g_data_input_stream_read_line(stream, nullptr, nullptr, nullptr));
-            if (line == nullptr) {
-                ADD_FAILURE() << "no line with: " << part;
-                return "";
-            }
-            if (std::string_view(line.get()).find(part) != std::string_view::npos) {
-                return line.get();
-            }
+    // Lines as they come out of a pipe.
+    class Lines {
+    public:
+        explicit Lines(GInputStream* pipe)
+            : descriptor_(g_unix_input_stream_get_fd(G_UNIX_INPUT_STREAM(pipe))) {}
+
+        std::string line_with(const std::string& part) {
+            do {
+                while (!waiting_.empty()) {
+                    const std::string line = std::move(waiting_.front());
+                    waiting_.pop_front();
+                    if (line.find(part) != std::string::npos) {
+                        return line;
+                    }
+                }
+            } while (read_more());
+            ADD_FAILURE() << "no line with: " << part;
+            return "";
         }
+
+    private:
+        bool read_more() {
+            pollfd polled{descriptor_, POLLIN, 0};
+            std::array<char, 65536> buffer;
+            if (poll(&polled, 1, static_cast<int>(DEADLINE.count())) != 1) {
+                return false;
+            }
+            const ssize_t count = read(descriptor_, buffer.data(), buffer.size());
+            if (count <= 0) {
+                return false;
+            }
+            splitter_.feed({buffer.data(), static_cast<std::size_t>(count)});
+            return true;
+        }
+
+        const int descriptor_;
+        std::deque<std::string> waiting_;
+        LineSplitter splitter_{[this](std::string_view line, unsigned) {
+            waiting_.emplace_back(line);
+        }};
+    };
+
+    static GSubprocess* started(const std::vector<std::string>& arguments) {
+        std::vector<const char*> argv{SIMULATOR_PROGRAM};
+        for (const std::string& argument : arguments) {
+            argv.push_back(argument.c_str());
+        }
+        argv.push_back(nullptr);
+        const auto flags = static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDIN_PIPE |
+                                                         G_SUBPROCESS_FLAGS_STDOUT_PIPE |
+                                                         G_SUBPROCESS_FLAGS_STDERR_PIPE);
+        return g_subprocess_newv(argv.data(), flags, nullptr);
     }
 
     GObjectPtr<GSubprocess> process_;
-    GObjectPtr<GDataInputStream> output_;
-    GObjectPtr<GDataInputStream> errors_;
+    Lines output_{g_subprocess_get_stdout_pipe(process_.get())};
+    Lines errors_{g_subprocess_get_stderr_pipe(process_.get())};
 };
 
 // A directory of its own, gone at the end.

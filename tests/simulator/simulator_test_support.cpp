@@ -22,7 +22,7 @@ WireClient::WireClient(std::uint16_t port) : socket_(::socket(AF_INET, SOCK_STRE
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     timeval limit{};
-    limit.tv_sec = DEADLINE.count();
+    limit.tv_sec = std::chrono::ceil<std::chrono::seconds>(DEADLINE).count();
     ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     if (::connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
         ::close(socket_);

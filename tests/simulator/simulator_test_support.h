@@ -13,11 +13,12 @@
 #include "documents.h"
 #include "occurrence.h"
 #include "printer_service.h"
+#include "test_support.h"
 
 namespace printer_simulator::test {
 
 /// No test waits longer than this for something that must come.
-inline constexpr std::chrono::seconds DEADLINE{10};
+inline const std::chrono::milliseconds DEADLINE = scaled(std::chrono::seconds(10));
 
 /// A blocking client connection to 127.0.0.1; receives give up after DEADLINE.
 class WireClient {

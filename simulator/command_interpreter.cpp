@@ -112,7 +112,7 @@ CommandInterpreter::CommandInterpreter(PrinterService& service, Timeline& timeli
 const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::commands() {
     using Self = CommandInterpreter;
     static const std::vector<CommandEntry> entries = {
-        {"error", &Self::parse_error, "error PRINTER JOB CODE SEVERITY [TEXT]",
+        {"error", &Self::parse_error, "error PRINTER JOB CODE SEVERITY [service-code=CODE] [TEXT]",
          "report an error of a job (one per job; a second replaces it)"},
         {"clear", &Self::parse_clear, "clear PRINTER JOB", "withdraw the error of a job"},
         {"clear-all", &Self::parse_clear_all, "clear-all", "withdraw all errors"},
@@ -132,8 +132,8 @@ const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::command
          "garbage [BYTES] [bare], big BYTES, empty"},
         {"stop", &Self::parse_stop, "stop [TIME]", "go down, and come back after TIME"},
         {"start", &Self::parse_start, "start", "come back"},
-        {"repeat", &Self::parse_repeat, "repeat N [every TIME] COMMAND",
-         "N times; {n} in COMMAND becomes 1, 2, 3 ..."},
+        {"repeat", &Self::parse_repeat, "repeat N|forever [every TIME] COMMAND",
+         "run COMMAND so many times; {n} in it becomes 1, 2, 3 ..."},
         {"list", &Self::parse_list, "list", "show the open errors"},
         {"help", &Self::parse_help, "help", "show this"},
         {"quit", &Self::parse_quit, "quit", "end the simulator"},
@@ -229,6 +229,9 @@ CommandInterpreter::Action CommandInterpreter::parse_error(Tokenizer& words, con
     error.job = words.require("JOB");
     error.code = words.require("CODE");
     error.severity = words.require("SEVERITY");
+    if (const auto code = words.next_value("service-code")) {
+        error.service_code = *code;
+    }
     const bool has_text = !words.remainder().empty();
     error.text = has_text ? words.rest_of_line() : "Printer error " + error.code + ".";
     return [this, error] {
@@ -355,11 +358,17 @@ std::string CommandInterpreter::substituted(const std::string& command, std::uin
 CommandInterpreter::Action CommandInterpreter::parse_repeat(Tokenizer& words,
                                                             const std::string& where) {
     Repetition repetition;
-    repetition.count = parse_number(words.require("N"), "count");
+    const std::string count = words.require("N");
+    if (count != "forever") {
+        repetition.count = parse_number(count, "count");
+    }
     repetition.every = std::chrono::milliseconds(0);
     if (words.remainder().starts_with("every ")) {
         words.require("every");
         repetition.every = parse_time(words.require("TIME"), "time");
+    }
+    if (!repetition.count && repetition.every.count() == 0) {
+        throw CommandError("\"forever\" needs \"every\" and a time");
     }
     repetition.command = words.remainder();
     repetition.where = where;
@@ -371,20 +380,22 @@ CommandInterpreter::Action CommandInterpreter::parse_repeat(Tokenizer& words,
         };
     }
     return [this, repetition] {
-        for (std::uint64_t number = 1; number <= repetition.count; ++number) {
+        for (std::uint64_t number = 1; number <= *repetition.count; ++number) {
             parse_command(substituted(repetition.command, number), repetition.where)();
         }
     };
 }
 
 void CommandInterpreter::repeat_every(const Repetition& repetition, std::uint64_t number) {
-    if (number > repetition.count) {
+    if (number > repetition.count.value_or(number)) {
         return;
     }
     const Clock::time_point next = Clock::now() + repetition.every;
     run(parse_command(substituted(repetition.command, number), repetition.where), repetition.where);
-    if (number < repetition.count) {
-        timeline_.at(next, [this, repetition, number] { repeat_every(repetition, number + 1); });
+    if (number < repetition.count.value_or(number + 1)) {
+        timeline_.at(
+            next, [this, repetition, number] { repeat_every(repetition, number + 1); },
+            repetition.count ? Timeline::Purpose::awaited : Timeline::Purpose::companion);
     }
 }
 
@@ -417,6 +428,7 @@ void CommandInterpreter::list() {
                            .text("job", open.error.job)
                            .text("error_code", open.error.code)
                            .text("severity", open.error.severity)
+                           .text("service_code", open.error.service_code)
                            .text("text", open.error.text)
                            .number("event", open.event)
                            .line());

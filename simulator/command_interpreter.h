@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -62,7 +63,7 @@ private:
     struct Repetition {
         std::string command;
         std::string where;
-        std::uint64_t count;
+        std::optional<std::uint64_t> count; // nothing for ever
         std::chrono::milliseconds every;
     };
 

@@ -415,6 +415,7 @@ void PrinterService::tell_published(const PublishedEvent& event) {
             .text("job", event.error.job)
             .text("error_code", event.error.code)
             .text("severity", event.error.severity)
+            .text("service_code", event.error.service_code)
             .text("text", event.error.text);
     }
     tell(occurrence);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <utility>
 
 #include "glib_support.h"
 
@@ -18,20 +19,37 @@ class Timeline {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `drained` is called each time the last waiting action has run. The context is not owned and
-    /// must outlive the timeline.
+    /// Names one waiting action.
+    using Ticket = std::pair<Clock::time_point, std::uint64_t>;
+
+    /// Whether somebody waits for an action, or it only goes on as long as something else does.
+    enum class Purpose { awaited, companion };
+
+    /// `drained` is called when the last awaited action has run, perhaps more than once. The
+    /// context is not owned and must outlive the timeline.
     explicit Timeline(GMainContext* context, std::function<void()> drained = {});
 
-    void at(Clock::time_point due, std::function<void()> action);
-    bool empty() const noexcept { return waiting_.empty(); }
+    Ticket at(Clock::time_point due, std::function<void()> action,
+              Purpose purpose = Purpose::awaited);
+    /// Forgets an action that has not run yet. Does not call `drained`.
+    void cancel(const Ticket& ticket);
+    /// Whether no awaited action is left.
+    bool empty() const noexcept { return awaited_ == 0; }
 
 private:
+    struct Entry {
+        std::function<void()> action;
+        Purpose purpose;
+    };
+
     void arm();
     void run_due();
 
     GMainContext* context_;
     std::function<void()> drained_;
-    std::multimap<Clock::time_point, std::function<void()>> waiting_;
+    std::map<Ticket, Entry> waiting_;
+    std::uint64_t last_number_ = 0;
+    std::size_t awaited_ = 0; // how many of waiting_
     MainSource timer_;
 };
 

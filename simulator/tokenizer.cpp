@@ -149,6 +149,19 @@ std::string Tokenizer::require(std::string_view what) {
     return std::move(*word);
 }
 
+std::optional<std::string> Tokenizer::next_value(std::string_view name) {
+    const std::string prefix = std::string(name) + "=";
+    skip_blanks();
+    if (!rest_.starts_with(prefix)) {
+        return std::nullopt;
+    }
+    rest_.remove_prefix(prefix.size());
+    if (rest_.empty() || is_blank(rest_.front())) {
+        throw CommandError("missing value after \"" + prefix + "\"");
+    }
+    return next();
+}
+
 std::string Tokenizer::rest_of_line() {
     skip_blanks();
     if (!rest_.empty() && is_quote(rest_.front())) {

@@ -31,6 +31,9 @@ public:
     std::optional<std::string> next();
     /// The next word; throws CommandError "missing WHAT" at the end of the line.
     std::string require(std::string_view what);
+    /// The word after `NAME=` when that is what comes next, else nothing. Throws CommandError when
+    /// no word follows directly.
+    std::optional<std::string> next_value(std::string_view name);
     /// Everything that is left: one quoted word, or else the text as it stands.
     std::string rest_of_line();
     /// Throws CommandError when words are left.

@@ -71,6 +71,17 @@ TEST_F(Interpreter, gives_an_error_without_text_a_plain_one) {
     EXPECT_EQ(open_errors().at(0).error.text, "");
 }
 
+TEST_F(Interpreter, gives_an_error_the_service_code_that_it_is_told) {
+    run("error P 1 110 3 service-code=4711 Card not picked.");
+    EXPECT_EQ(open_errors().at(0).error.service_code, "4711");
+    EXPECT_EQ(open_errors().at(0).error.text, "Card not picked.");
+    run("error P 1 110 3 'service-code=4711'");
+    EXPECT_EQ(open_errors().at(0).error.service_code, "0");
+    EXPECT_EQ(open_errors().at(0).error.text, "service-code=4711");
+    run("error P 1 110 3 service-code=");
+    EXPECT_NE(last_complaint().find("missing value after \"service-code=\""), std::string::npos);
+}
+
 TEST_F(Interpreter, takes_any_byte_in_a_quoted_name) {
     run(R"(error "\xff\n\"x" "\0" 110 3 "a\\b")");
     ASSERT_EQ(open_errors().size(), 1U);
@@ -137,8 +148,9 @@ TEST_F(Interpreter, skips_empty_lines_and_comments) {
 
 TEST_F(Interpreter, names_the_place_and_the_usage_of_a_bad_line) {
     run("error P 1");
-    EXPECT_EQ(last_complaint(),
-              "stdin:1: missing CODE; usage: error PRINTER JOB CODE SEVERITY [TEXT]");
+    EXPECT_EQ(
+        last_complaint(),
+        "stdin:1: missing CODE; usage: error PRINTER JOB CODE SEVERITY [service-code=CODE] [TEXT]");
     run("bogus 1 2");
     EXPECT_EQ(last_complaint(), "stdin:1: unknown command \"bogus\"; \"help\" shows all");
     run("clear P 1 2");
@@ -212,6 +224,18 @@ TEST_F(Interpreter, repeats_a_command_in_intervals) {
     EXPECT_EQ(open_errors().size(), 3U);
 }
 
+TEST_F(Interpreter, repeats_a_command_without_end) {
+    run("repeat forever every 1ms error P job-{n} 110 3");
+    EXPECT_TRUE(timeline_.empty()) << "nobody waits for what never ends";
+    EXPECT_TRUE(wait_until([this] {
+        g_main_context_iteration(raw_context_, FALSE);
+        return open_errors().size() >= 20;
+    }));
+    EXPECT_EQ(open_errors()[19].error.job, "job-20");
+    run("repeat forever list");
+    EXPECT_NE(last_complaint().find("\"forever\" needs \"every\" and a time"), std::string::npos);
+}
+
 TEST_F(Interpreter, finds_a_bad_repeated_command_at_once) {
     run("repeat 3 bogus");
     EXPECT_NE(last_complaint().find("unknown command \"bogus\""), std::string::npos);
@@ -259,8 +283,10 @@ TEST_F(Interpreter, lists_open_errors_so_that_they_can_be_typed_again) {
     run(R"(error "a b" "\xff" 110 3 "x\ty")");
     run("list");
     ASSERT_EQ(answers_.size(), 2U);
-    EXPECT_EQ(answers_[0], R"(open error printer="a b" job="\377" error_code="110" severity="3")"
-                           R"( text="x\ty" event=1)");
+    EXPECT_EQ(
+        answers_[0],
+        R"(open error printer="a b" job="\377" error_code="110" severity="3" service_code="0")"
+        R"( text="x\ty" event=1)");
     EXPECT_EQ(answers_[1], "listed errors=1 events=1 listening=no connections=0 fault=\"none\" "
                            "retell=on hold_ms=0 carry_out_ms=0");
 }

@@ -141,7 +141,7 @@ TEST(SimulatorProgram, takes_commands_and_serves_them) {
     program.type("error \"Front Desk\" 17 110 3 Ribbon");
     EXPECT_EQ(program.line_with("event published"),
               "event published event=1 kind=show size=361 printer=\"Front Desk\" job=\"17\" "
-              "error_code=\"110\" severity=\"3\" text=\"Ribbon\"");
+              "error_code=\"110\" severity=\"3\" service_code=\"0\" text=\"Ribbon\"");
     EXPECT_EQ(element(poll_status(port), "PrinterName"), "Front Desk");
     EXPECT_NE(program.line_with("reply status").find("event=1 new=yes"), std::string::npos);
 }

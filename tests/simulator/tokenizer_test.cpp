@@ -86,6 +86,18 @@ TEST(Tokenizer, gives_the_rest_of_the_line_as_it_stands) {
     EXPECT_EQ(words.rest_of_line(), "<a b=\"1\">  x");
 }
 
+TEST(Tokenizer, takes_a_value_with_its_name) {
+    Tokenizer words(" code=7 code='a b' code='' name");
+    EXPECT_EQ(words.next_value("code"), "7");
+    EXPECT_EQ(words.next_value("code"), "a b");
+    EXPECT_EQ(words.next_value("code"), "");
+    EXPECT_FALSE(words.next_value("code"));
+    EXPECT_EQ(words.next(), "name");
+    for (const char* line : {"code=", "code= 7"}) {
+        EXPECT_THROW(Tokenizer(line).next_value("code"), CommandError) << line;
+    }
+}
+
 TEST(Tokenizer, reads_back_every_byte_that_an_output_line_escapes) {
     std::string bytes;
     for (int byte = 0; byte < 256; ++byte) {

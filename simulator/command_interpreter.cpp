@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
 
 namespace printer_simulator {
 
@@ -28,7 +29,7 @@ std::uint64_t fault_value(FaultValue kind, Tokenizer& words) {
     case FaultValue::none:
         return 0;
     case FaultValue::time:
-        return static_cast<std::uint64_t>(parse_time(words.require("MS"), "time").count());
+        return static_cast<std::uint64_t>(parse_time(words.require("TIME"), "time").count());
     case FaultValue::size:
         return parse_size(words.require("number of bytes"), "size");
     case FaultValue::optional_size:
@@ -113,32 +114,53 @@ const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::command
     using Self = CommandInterpreter;
     static const std::vector<CommandEntry> entries = {
         {"error", &Self::parse_error, "error PRINTER JOB CODE SEVERITY [service-code=CODE] [TEXT]",
-         "report an error of a job (one per job; a second replaces it)"},
+         "report an error of a job (one per job; a second replaces it)",
+         "TEXT is the rest of the line, or one quoted word; \"Printer error CODE.\" if not given.\n"
+         "The service code is 0 if not given. None of these is checked."},
         {"clear", &Self::parse_clear, "clear PRINTER JOB", "withdraw the error of a job"},
         {"clear-all", &Self::parse_clear_all, "clear-all", "withdraw all errors"},
         {"fail-again", &Self::parse_fail_again, "fail-again PRINTER JOB TIMES [AFTER]",
-         "let the next TIMES retries of a job fail again, 1s or AFTER later"},
-        {"raw", &Self::parse_raw, "raw TEXT", "publish a text as it is"},
+         "let the next TIMES retries of a job fail again, 1s or AFTER later",
+         "Cancel and resume end this, and so does clear."},
+        {"raw", &Self::parse_raw, "raw TEXT", "publish a text as it is",
+         "TEXT is the rest of the line, or one quoted word. It opens and closes no error."},
         {"raw-file", &Self::parse_raw_file, "raw-file PATH", "publish a file's content"},
         {"retell", &Self::parse_retell, "retell on|off",
-         "tell the newest event again when there is none newer (on), or nothing (off)"},
+         "tell the newest event again when there is none newer (on), or nothing (off)",
+         "on is the default."},
         {"hold", &Self::parse_hold, "hold TIME",
-         "let a status request without news wait up to TIME for the next event"},
+         "let a status request without news wait up to TIME for the next event",
+         "0, the default, answers at once."},
         {"carry-out", &Self::parse_carry_out, "carry-out TIME",
-         "let a job command take effect TIME after it came in; its error stays open until then"},
+         "let a job command take effect TIME after it came in; its error stays open until then",
+         "0, the default, carries it out at once."},
         {"fault", &Self::parse_fault,
-         "fault KIND [VALUE] [times N] [1 in N [seed S]] [on status|commands|both] [hold] [bare]",
-         "none, refuse, reset, silent, delay MS, cut BYTES, lie LENGTH [hold], trickle MS, "
-         "garbage [BYTES] [bare], big BYTES, empty"},
+         "fault KIND [VALUE] [times N] [1 in N [seed S]] [on status|commands|both]",
+         "show a fault; \"help fault\" tells which there are",
+         "times N: end after N spoiled replies. on TARGET: spoil only these replies.\n"
+         "1 in N: spoil one reply in N at random, the same ones each time with the same seed (1 if "
+         "not given).\n"
+         "It takes the place of what was on show for the same replies. KIND is one of these:"},
         {"stop", &Self::parse_stop, "stop [TIME]", "go down, and come back after TIME"},
         {"start", &Self::parse_start, "start", "come back"},
         {"repeat", &Self::parse_repeat, "repeat N|forever [every TIME] COMMAND",
-         "run COMMAND so many times; {n} in it becomes 1, 2, 3 ..."},
+         "run COMMAND so many times; {n} in it becomes 1, 2, 3 ...", "forever needs intervals."},
         {"list", &Self::parse_list, "list", "show the open errors"},
-        {"help", &Self::parse_help, "help", "show this"},
+        {"help", &Self::parse_help, "help [COMMAND]", "show all commands, or more about one"},
         {"quit", &Self::parse_quit, "quit", "end the simulator"},
     };
     return entries;
+}
+
+const CommandInterpreter::CommandEntry& CommandInterpreter::command_named(const std::string& name) {
+    const auto& known = commands();
+    const auto entry =
+        std::find_if(known.begin(), known.end(),
+                     [&name](const CommandEntry& command) { return command.name == name; });
+    if (entry == known.end()) {
+        throw CommandError("unknown command \"" + name + "\"; \"help\" shows all");
+    }
+    return *entry;
 }
 
 CommandInterpreter::TimedLine CommandInterpreter::split_time(std::string_view line) {
@@ -206,21 +228,15 @@ void CommandInterpreter::run(const Action& action, const std::string& where) {
     }
 }
 
-CommandInterpreter::Action CommandInterpreter::parse_command(std::string_view command,
+CommandInterpreter::Action CommandInterpreter::parse_command(std::string_view line,
                                                              const std::string& where) {
-    Tokenizer words(command);
-    const std::string name = words.require("command");
-    for (const CommandEntry& entry : commands()) {
-        if (entry.name != name) {
-            continue;
-        }
-        try {
-            return (this->*entry.parser)(words, where);
-        } catch (const CommandError& error) {
-            throw CommandError(std::string(error.what()) + "; usage: " + std::string(entry.usage));
-        }
+    Tokenizer words(line);
+    const CommandEntry& command = command_named(words.require("command"));
+    try {
+        return (this->*command.parser)(words, where);
+    } catch (const CommandError& error) {
+        throw CommandError(std::string(error.what()) + "; usage: " + std::string(command.usage));
     }
-    throw CommandError("unknown command \"" + name + "\"; \"help\" shows all");
 }
 
 CommandInterpreter::Action CommandInterpreter::parse_error(Tokenizer& words, const std::string&) {
@@ -407,9 +423,15 @@ CommandInterpreter::Action CommandInterpreter::parse_list(Tokenizer& words, cons
 }
 
 CommandInterpreter::Action CommandInterpreter::parse_help(Tokenizer& words, const std::string&) {
+    const std::optional<std::string> name = words.next();
     words.expect_end();
-    return [this] {
-        help();
+    if (!name) {
+        return [this] {
+            help();
+        };
+    }
+    return [this, &command = command_named(*name)] {
+        help_with(command);
     };
 }
 
@@ -453,6 +475,22 @@ void CommandInterpreter::help() {
     }
     output_.answer("  A time in front lets a line wait: \"+500ms COMMAND\", \"@2s COMMAND\".");
     output_.answer("  Put names with blanks in quotes; \\n, \\\", \\xFF and so on work there.");
+}
+
+void CommandInterpreter::help_with(const CommandEntry& command) {
+    output_.answer("  " + std::string(command.usage));
+    output_.answer("      " + std::string(command.help));
+    std::istringstream details{std::string(command.details)};
+    for (std::string line; std::getline(details, line);) {
+        output_.answer("      " + line);
+    }
+    if (command.parser != &CommandInterpreter::parse_fault) {
+        return;
+    }
+    for (const FaultWord& word : fault_words()) {
+        output_.answer("  " + std::string(word.usage));
+        output_.answer("      " + std::string(word.help));
+    }
 }
 
 } // namespace printer_simulator

@@ -43,7 +43,7 @@ public:
 
     /// Checks a command without a time in front and gives what carries it out, which may throw
     /// std::runtime_error. Throws CommandError when the command is not understood.
-    std::function<void()> parse_command(std::string_view command, const std::string& where);
+    std::function<void()> parse_command(std::string_view line, const std::string& where);
 
 private:
     using Action = std::function<void()>;
@@ -54,6 +54,7 @@ private:
         Parser parser;
         std::string_view usage;
         std::string_view help;
+        std::string_view details = {}; // more lines for who asks for this command
     };
     struct TimedLine {
         char sign; // '+', '@', or 0 for a line without a time
@@ -68,6 +69,7 @@ private:
     };
 
     static const std::vector<CommandEntry>& commands();
+    static const CommandEntry& command_named(const std::string& name);
     static TimedLine split_time(std::string_view line);
     static std::string substituted(const std::string& command, std::uint64_t number);
 
@@ -90,6 +92,7 @@ private:
 
     void list();
     void help();
+    void help_with(const CommandEntry& command);
     void run(const Action& action, const std::string& where);
     void repeat_every(const Repetition& repetition, std::uint64_t number);
 

@@ -12,17 +12,25 @@ namespace {
 using Delivery = SpoiledReply::Delivery;
 
 constexpr std::array<FaultWord, 11> FAULT_WORDS{{
-    {"big", FaultKind::big, FaultValue::size},
-    {"cut", FaultKind::cut, FaultValue::size},
-    {"delay", FaultKind::delay, FaultValue::time},
-    {"empty", FaultKind::empty, FaultValue::none},
-    {"garbage", FaultKind::garbage, FaultValue::optional_size},
-    {"lie", FaultKind::lie, FaultValue::size},
-    {"none", FaultKind::none, FaultValue::none},
-    {"refuse", FaultKind::refuse, FaultValue::none},
-    {"reset", FaultKind::reset, FaultValue::none},
-    {"silent", FaultKind::silent, FaultValue::none},
-    {"trickle", FaultKind::trickle, FaultValue::time},
+    {"big", FaultKind::big, FaultValue::size, "big BYTES",
+     "Answer the proper document, made as long as wanted by a comment at its end (at most 1G)."},
+    {"cut", FaultKind::cut, FaultValue::size, "cut BYTES",
+     "Send that much of the reply frame, then close."},
+    {"delay", FaultKind::delay, FaultValue::time, "delay TIME", "Answer after TIME."},
+    {"empty", FaultKind::empty, FaultValue::none, "empty", "Answer a text of length 0."},
+    {"garbage", FaultKind::garbage, FaultValue::optional_size, "garbage [BYTES] [bare]",
+     "Answer random bytes (64 if not given), the same in each run, in a good frame, or with bare "
+     "without any frame."},
+    {"lie", FaultKind::lie, FaultValue::size, "lie LENGTH [hold]",
+     "Announce LENGTH bytes (0 to 18446744073709551615), send the real text, then close, or with "
+     "hold keep the connection open."},
+    {"none", FaultKind::none, FaultValue::none, "none", "Serve properly."},
+    {"refuse", FaultKind::refuse, FaultValue::none, "refuse",
+     "Do not listen, so that connects are refused."},
+    {"reset", FaultKind::reset, FaultValue::none, "reset",
+     "Read requests, and reset the connection (RST) instead of answering."},
+    {"silent", FaultKind::silent, FaultValue::none, "silent", "Read requests and never answer."},
+    {"trickle", FaultKind::trickle, FaultValue::time, "trickle TIME", "Send one byte every TIME."},
 }};
 
 std::string random_bytes(std::uint64_t count, std::mt19937& random) {

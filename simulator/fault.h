@@ -34,9 +34,11 @@ struct FaultWord {
     std::string_view name;
     FaultKind kind;
     FaultValue value;
+    std::string_view usage; ///< the name with its value and what else only this fault takes
+    std::string_view help;  ///< a sentence; the manual page says the same, and perhaps more
 };
 
-/// All faults by name.
+/// All faults by name, in the order of the alphabet.
 std::span<const FaultWord> fault_words();
 
 struct Fault {

@@ -35,6 +35,9 @@ int SimulatorProgram::run() {
     announce_readiness();
     read_scenarios();
     if (!options_.no_stdin) {
+        if (isatty(STDIN_FILENO) != 0) {
+            std::fputs("Type \"help\" to see the commands.\n", stderr);
+        }
         input_ =
             MainSource::readable(nullptr, STDIN_FILENO, [this] { return read_standard_input(); });
     }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
+
 #include "command_interpreter.h"
 #include "wire.h"
 
@@ -82,6 +85,46 @@ TEST(Fault, describes_itself_in_the_words_that_give_it_again) {
           "cut 12 on commands times 2", "lie 7 hold", "trickle 1", "garbage 64 bare", "big 1000",
           "empty times 1"}) {
         EXPECT_EQ(fault_of(words).description(), words);
+    }
+}
+
+// What a fault does to TEXT, in a few words.
+std::string effect(const SpoiledReply& reply) {
+    std::string out = reply.plan.bytes == framed(TEXT) ? "proper" : "other";
+    out = reply.plan.bytes.empty() ? "nothing" : out;
+    out += reply.plan.withheld ? " withheld" : "";
+    out += reply.plan.reset ? " reset" : "";
+    out += reply.plan.delay.count() != 0 ? " late" : "";
+    out += reply.plan.byte_interval ? " slow" : "";
+    return out;
+}
+
+TEST(FaultWords, have_each_an_effect_of_their_own) {
+    const std::map<std::string_view, std::string> effects = {
+        {"big", "other"},           {"cut", "other"},
+        {"delay", "proper late"},   {"empty", "other"},
+        {"garbage", "other"},       {"lie", "other"},
+        {"none", "proper"},         {"refuse", "proper"},
+        {"reset", "nothing reset"}, {"silent", "nothing withheld"},
+        {"trickle", "proper slow"},
+    };
+    for (const FaultWord& word : fault_words()) {
+        ASSERT_TRUE(effects.contains(word.name)) << word.name << " is not tested";
+        const std::string value = word.value == FaultValue::none ? "" : " 5";
+        EXPECT_EQ(effect(spoiled(std::string(word.name) + value)), effects.at(word.name))
+            << word.name;
+        EXPECT_EQ(fault_of(std::string(word.name) + value).kind, word.kind);
+    }
+    EXPECT_EQ(effects.size(), fault_words().size());
+}
+
+TEST(FaultWords, stand_in_the_order_of_the_alphabet_and_begin_their_usage) {
+    const auto words = fault_words();
+    EXPECT_TRUE(std::is_sorted(words.begin(), words.end(),
+                               [](const auto& a, const auto& b) { return a.name < b.name; }));
+    for (const FaultWord& word : words) {
+        EXPECT_TRUE(word.usage.starts_with(word.name)) << word.name;
+        EXPECT_TRUE(word.help.ends_with('.')) << word.name;
     }
 }
 

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gio/gunixinputstream.h>
 #include <poll.h>
 #include <unistd.h>
@@ -24,7 +25,9 @@ namespace {
 // A running simulator program, with its input and its output lines. Ended at the latest here.
 class Program {
 public:
-    explicit Program(const std::vector<std::string>& arguments) : process_(started(arguments)) {}
+    // Without `input`, which is taken over, the input is a pipe for `type`.
+    explicit Program(const std::vector<std::string>& arguments, int input = -1)
+        : process_(started(arguments, input)) {}
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
     ~Program() {
@@ -101,16 +104,20 @@ private:
         }};
     };
 
-    static GSubprocess* started(const std::vector<std::string>& arguments) {
+    static GSubprocess* started(const std::vector<std::string>& arguments, int input) {
         std::vector<const char*> argv{SIMULATOR_PROGRAM};
         for (const std::string& argument : arguments) {
             argv.push_back(argument.c_str());
         }
         argv.push_back(nullptr);
-        const auto flags = static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDIN_PIPE |
-                                                         G_SUBPROCESS_FLAGS_STDOUT_PIPE |
-                                                         G_SUBPROCESS_FLAGS_STDERR_PIPE);
-        return g_subprocess_newv(argv.data(), flags, nullptr);
+        int flags = G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_PIPE;
+        flags |= input < 0 ? G_SUBPROCESS_FLAGS_STDIN_PIPE : G_SUBPROCESS_FLAGS_NONE;
+        const GObjectPtr<GSubprocessLauncher> launcher(
+            g_subprocess_launcher_new(static_cast<GSubprocessFlags>(flags)));
+        if (input >= 0) {
+            g_subprocess_launcher_take_stdin_fd(launcher.get(), input);
+        }
+        return g_subprocess_launcher_spawnv(launcher.get(), argv.data(), nullptr);
     }
 
     GObjectPtr<GSubprocess> process_;
@@ -216,6 +223,27 @@ TEST(SimulatorProgram, shows_help_and_version) {
     Program version({"--version"});
     version.line_with("zor-printer-service-simulator ");
     EXPECT_EQ(version.exit_status(), 0);
+}
+
+TEST(SimulatorProgram, points_to_help_on_a_terminal) {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(terminal, 0);
+    ASSERT_EQ(grantpt(terminal), 0);
+    ASSERT_EQ(unlockpt(terminal), 0);
+    {
+        Program program({"--port", "0"}, open(ptsname(terminal), O_RDWR | O_NOCTTY));
+        program.complaint_with("\"help\"");
+        ASSERT_EQ(write(terminal, "help repeat\nquit\n", 17), 17);
+        program.line_with("repeat N|forever");
+        EXPECT_EQ(program.exit_status(), 0);
+    }
+    close(terminal);
+}
+
+TEST(SimulatorProgram, points_to_no_help_in_a_pipe) {
+    Program program({"--port", "0"});
+    program.type("bogus");
+    EXPECT_EQ(program.complaint_with("").substr(0, 8), "stdin:1:");
 }
 
 TEST(SimulatorProgram, shows_connections_and_times_when_asked) {

@@ -196,9 +196,8 @@ void CommandInterpreter::execute(std::string_view line, const std::string& where
     }
 }
 
-void CommandInterpreter::plan_scenario(std::string_view text, const std::string& source) {
-    const Clock::time_point start = Clock::now();
-    Clock::time_point due = start;
+Scenario CommandInterpreter::read_scenario(std::string_view text, const std::string& source) {
+    Scenario scenario;
     unsigned number = 0;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\n'), text.size());
@@ -210,13 +209,22 @@ void CommandInterpreter::plan_scenario(std::string_view text, const std::string&
         }
         try {
             const TimedLine timed = split_time(line);
-            due = (timed.sign == '@' ? start : due) + timed.time;
-            timeline_.at(due, [this, action = parse_command(timed.command, where), where] {
-                run(action, where);
-            });
+            scenario.lines.push_back(
+                {timed.sign, timed.time, parse_command(timed.command, where), where});
         } catch (const CommandError& error) {
+            ++scenario.bad_lines;
             output_.complain(where, error.what());
         }
+    }
+    return scenario;
+}
+
+void CommandInterpreter::play(const Scenario& scenario) {
+    const Clock::time_point start = Clock::now();
+    Clock::time_point due = start;
+    for (const Scenario::Line& line : scenario.lines) {
+        due = (line.sign == '@' ? start : due) + line.time;
+        timeline_.at(due, [this, line] { run(line.action, line.where); });
     }
 }
 

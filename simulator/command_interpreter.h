@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "printer_service.h"
 #include "timeline.h"
@@ -23,6 +24,18 @@ struct InterpreterOutput {
     std::function<void()> quit;
 };
 
+/// A scenario file that has been read.
+struct Scenario {
+    struct Line {
+        char sign; ///< '+', '@', or 0 for a line without a time
+        std::chrono::milliseconds time;
+        std::function<void()> action; ///< may throw std::runtime_error
+        std::string where;            ///< "source:line"
+    };
+    std::vector<Line> lines; ///< those that were understood
+    unsigned bad_lines = 0;
+};
+
 /// Understands command lines and scenario files.
 ///
 /// A line is empty, a comment that starts with `#`, a command, or a time and a command:
@@ -36,10 +49,12 @@ public:
     /// time, `@TIME` that long after the interpreter was made. Complains about a bad line.
     void execute(std::string_view line, const std::string& where);
 
-    /// Plans a whole scenario from now on: a plain line together with the line before it, `+TIME`
-    /// that long after the line before it, `@TIME` that long after the start. Complains at once
-    /// about all lines it does not understand, and plans the others.
-    void plan_scenario(std::string_view text, const std::string& source);
+    /// Reads the text of a scenario. Complains about each line that it does not understand.
+    Scenario read_scenario(std::string_view text, const std::string& source);
+
+    /// Plays a scenario from now on: a plain line together with the line before it, `+TIME` that
+    /// long after the line before it, `@TIME` that long after the start.
+    void play(const Scenario& scenario);
 
     /// Checks a command without a time in front and gives what carries it out, which may throw
     /// std::runtime_error. Throws CommandError when the command is not understood.

@@ -24,16 +24,20 @@ struct ParsedOptions {
     ParsedOptions& operator=(const ParsedOptions&) = delete;
     ~ParsedOptions() {
         g_strfreev(scenarios);
+        g_strfreev(checked);
         g_free(capture);
     }
 
     int port = PRINTER_SERVICE_PORT;
     int ready_descriptor = -1;
     char** scenarios = nullptr;
+    char** checked = nullptr;
     char* capture = nullptr;
     gboolean verbose = FALSE;
     gboolean timestamps = FALSE;
     gboolean exit_at_eof = FALSE;
+    gboolean exit_after_scenario = FALSE;
+    gboolean skip_bad_lines = FALSE;
     gboolean no_stdin = FALSE;
     gboolean version = FALSE;
 };
@@ -44,6 +48,12 @@ void parse(int argc, char** argv, ParsedOptions& parsed) {
          "N"},
         {"scenario", 's', 0, G_OPTION_ARG_FILENAME_ARRAY, &parsed.scenarios,
          "Play the timed commands of FILE (may be given several times)", "FILE"},
+        {"exit-after-scenario", 0, 0, G_OPTION_ARG_NONE, &parsed.exit_after_scenario,
+         "End after the last line of the scenarios", nullptr},
+        {"skip-bad-lines", 0, 0, G_OPTION_ARG_NONE, &parsed.skip_bad_lines,
+         "Play a scenario without the lines that make no sense", nullptr},
+        {"check", 0, 0, G_OPTION_ARG_FILENAME_ARRAY, &parsed.checked,
+         "Read FILE, name its bad lines, and end (may be given several times)", "FILE"},
         {"verbose", 'v', 0, G_OPTION_ARG_NONE, &parsed.verbose,
          "Show connections and uneventful polls too", nullptr},
         {"timestamps", 't', 0, G_OPTION_ARG_NONE, &parsed.timestamps,
@@ -74,6 +84,14 @@ void parse(int argc, char** argv, ParsedOptions& parsed) {
     }
 }
 
+std::vector<std::string> texts(char** list) {
+    std::vector<std::string> out;
+    for (; list != nullptr && *list != nullptr; ++list) {
+        out.emplace_back(*list);
+    }
+    return out;
+}
+
 ProgramOptions checked(const ParsedOptions& parsed) {
     if (parsed.port < 0 || parsed.port > std::numeric_limits<std::uint16_t>::max()) {
         throw UsageError("bad port " + std::to_string(parsed.port));
@@ -81,11 +99,13 @@ ProgramOptions checked(const ParsedOptions& parsed) {
     if (parsed.exit_at_eof && parsed.no_stdin) {
         throw UsageError("--exit-at-eof and --no-stdin exclude each other");
     }
+    if (parsed.exit_after_scenario && parsed.scenarios == nullptr) {
+        throw UsageError("--exit-after-scenario needs --scenario");
+    }
     ProgramOptions options;
     options.port = static_cast<std::uint16_t>(parsed.port);
-    for (char** name = parsed.scenarios; name != nullptr && *name != nullptr; ++name) {
-        options.scenarios.emplace_back(*name);
-    }
+    options.scenarios = texts(parsed.scenarios);
+    options.checked_scenarios = texts(parsed.checked);
     options.capture_directory = parsed.capture != nullptr ? parsed.capture : "";
     if (parsed.ready_descriptor >= 0) {
         options.ready_descriptor = parsed.ready_descriptor;
@@ -93,6 +113,8 @@ ProgramOptions checked(const ParsedOptions& parsed) {
     options.verbose = parsed.verbose;
     options.timestamps = parsed.timestamps;
     options.exit_at_eof = parsed.exit_at_eof;
+    options.exit_after_scenario = parsed.exit_after_scenario;
+    options.skip_bad_lines = parsed.skip_bad_lines;
     options.no_stdin = parsed.no_stdin;
     options.version = parsed.version;
     return options;

@@ -14,11 +14,14 @@ namespace printer_simulator {
 struct ProgramOptions {
     std::uint16_t port = PRINTER_SERVICE_PORT;
     std::vector<std::string> scenarios;
-    std::string capture_directory; ///< empty for none
+    std::vector<std::string> checked_scenarios; ///< to be read only
+    std::string capture_directory;              ///< empty for none
     std::optional<int> ready_descriptor;
     bool verbose = false;
     bool timestamps = false;
     bool exit_at_eof = false;
+    bool exit_after_scenario = false;
+    bool skip_bad_lines = false;
     bool no_stdin = false;
     bool version = false;
 };

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 
@@ -21,10 +22,31 @@ SimulatorProgram::SimulatorProgram(ProgramOptions options)
       }) {}
 
 int SimulatorProgram::run() {
+    if (!options_.checked_scenarios.empty()) {
+        return read_scenarios(options_.checked_scenarios) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    if (read_scenarios(options_.scenarios) != 0 && !options_.skip_bad_lines) {
+        return EXIT_FAILURE;
+    }
     if (!options_.capture_directory.empty() &&
         g_mkdir_with_parents(options_.capture_directory.c_str(), 0755) != 0) {
         throw std::runtime_error("cannot make directory " + options_.capture_directory);
     }
+    serve();
+    write_line(Occurrence("ended").word("reason", end_reason_).line());
+    return EXIT_SUCCESS;
+}
+
+unsigned SimulatorProgram::read_scenarios(const std::vector<std::string>& paths) {
+    unsigned bad_lines = 0;
+    for (const std::string& path : paths) {
+        scenarios_.push_back(interpreter_.read_scenario(file_content(path), path));
+        bad_lines += scenarios_.back().bad_lines;
+    }
+    return bad_lines;
+}
+
+void SimulatorProgram::serve() {
     const auto on_signal = [this] {
         end("signal");
         return true;
@@ -32,8 +54,10 @@ int SimulatorProgram::run() {
     terminate_signal_ = MainSource::unix_signal(nullptr, SIGTERM, on_signal);
     interrupt_signal_ = MainSource::unix_signal(nullptr, SIGINT, on_signal);
     service_.listen(options_.port);
+    for (const Scenario& scenario : scenarios_) {
+        interpreter_.play(scenario);
+    }
     announce_readiness();
-    read_scenarios();
     if (!options_.no_stdin) {
         if (isatty(STDIN_FILENO) != 0) {
             std::fputs("Type \"help\" to see the commands.\n", stderr);
@@ -41,9 +65,10 @@ int SimulatorProgram::run() {
         input_ =
             MainSource::readable(nullptr, STDIN_FILENO, [this] { return read_standard_input(); });
     }
-    g_main_loop_run(loop_.get());
-    write_line(Occurrence("ended").word("reason", end_reason_).line());
-    return 0;
+    end_if_all_is_done();
+    if (end_reason_.empty()) {
+        g_main_loop_run(loop_.get());
+    }
 }
 
 void SimulatorProgram::announce_readiness() const {
@@ -58,12 +83,6 @@ void SimulatorProgram::announce_readiness() const {
                                  std::to_string(*options_.ready_descriptor));
     }
     close(*options_.ready_descriptor);
-}
-
-void SimulatorProgram::read_scenarios() {
-    for (const std::string& path : options_.scenarios) {
-        interpreter_.plan_scenario(file_content(path), path);
-    }
 }
 
 bool SimulatorProgram::read_standard_input() {
@@ -87,7 +106,12 @@ void SimulatorProgram::input_ended() {
 }
 
 void SimulatorProgram::end_if_all_is_done() {
-    if (options_.exit_at_eof && input_has_ended_ && timeline_.empty()) {
+    if (!timeline_.empty()) {
+        return;
+    }
+    if (options_.exit_after_scenario) {
+        end("end-of-scenario");
+    } else if (options_.exit_at_eof && input_has_ended_) {
         end("end-of-input");
     }
 }

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "command_interpreter.h"
 #include "glib_support.h"
@@ -18,14 +19,16 @@ class SimulatorProgram {
 public:
     explicit SimulatorProgram(ProgramOptions options);
 
-    /// Listens, says so, and serves until a signal, `quit` or the end of input. Returns the exit
-    /// status: 0 for a clean end. Throws std::runtime_error when the port, a scenario or the
-    /// capture directory cannot be had.
+    /// Reads the scenarios, listens, says so, and serves until a signal, `quit`, the end of input
+    /// or of the scenarios. Returns the exit status: 0 for a clean end, 1 when a scenario has bad
+    /// lines. Throws std::runtime_error when the port, a scenario or the capture directory cannot
+    /// be had.
     int run();
 
 private:
     void announce_readiness() const;
-    void read_scenarios();
+    unsigned read_scenarios(const std::vector<std::string>& paths);
+    void serve();
     bool read_standard_input();
     void input_ended();
     void end_if_all_is_done();
@@ -43,6 +46,7 @@ private:
     Timeline timeline_;
     CommandInterpreter interpreter_;
     LineSplitter input_lines_;
+    std::vector<Scenario> scenarios_;
     bool input_has_ended_ = false;
     std::string end_reason_;
     MainSource input_;

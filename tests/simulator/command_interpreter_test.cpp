@@ -19,6 +19,9 @@ protected:
     ~Interpreter() override { g_main_context_pop_thread_default(raw_context_); }
 
     void run(std::string_view line) { interpreter_.execute(line, "stdin:1"); }
+    void play(std::string_view text, const std::string& source) {
+        interpreter_.play(interpreter_.read_scenario(text, source));
+    }
     void run_until_drained() {
         while (!timeline_.empty()) {
             g_main_context_iteration(raw_context_, TRUE);
@@ -183,13 +186,13 @@ TEST_F(Interpreter, does_not_keep_a_line_waiting_for_a_later_one) {
 
 TEST_F(Interpreter, plays_a_scenario_in_the_order_of_its_times) {
     const auto start = Timeline::Clock::now();
-    interpreter_.plan_scenario("# a comment\n"
-                               "error P first 110 3\n"
-                               "+20ms error P second 110 3\r\n"
-                               "error P third 110 3\n"
-                               "@60ms error P fifth 110 3\n"
-                               "@40ms error P fourth 110 3",
-                               "file");
+    play("# a comment\n"
+         "error P first 110 3\n"
+         "+20ms error P second 110 3\r\n"
+         "error P third 110 3\n"
+         "@60ms error P fifth 110 3\n"
+         "@40ms error P fourth 110 3",
+         "file");
     run_until_drained();
     EXPECT_GE(Timeline::Clock::now() - start, std::chrono::milliseconds(60));
     std::string order;
@@ -201,11 +204,15 @@ TEST_F(Interpreter, plays_a_scenario_in_the_order_of_its_times) {
     EXPECT_TRUE(complaints_.empty());
 }
 
-TEST_F(Interpreter, names_all_bad_lines_of_a_scenario_and_plays_the_others) {
-    interpreter_.plan_scenario("bogus\nerror P 1 110 3\n+x list\n", "file");
+TEST_F(Interpreter, names_all_bad_lines_of_a_scenario_and_can_play_the_others) {
+    const Scenario scenario =
+        interpreter_.read_scenario("bogus\nerror P 1 110 3\n+x list\n", "file");
+    EXPECT_EQ(scenario.bad_lines, 2U);
     ASSERT_EQ(complaints_.size(), 2U);
     EXPECT_EQ(complaints_[0].substr(0, 7), "file:1:");
     EXPECT_EQ(complaints_[1].substr(0, 7), "file:3:");
+    EXPECT_TRUE(timeline_.empty());
+    interpreter_.play(scenario);
     run_until_drained();
     EXPECT_EQ(open_errors().size(), 1U);
 }

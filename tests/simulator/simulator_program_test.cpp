@@ -48,6 +48,9 @@ public:
     // The next line that holds `part`. Fails the test at the end of the output, or at DEADLINE.
     std::string line_with(const std::string& part) { return output_.line_with(part); }
     std::string complaint_with(const std::string& part) { return errors_.line_with(part); }
+    // All that comes until the end of the output.
+    std::string rest_of_output() { return output_.rest(); }
+    std::string rest_of_complaints() { return errors_.rest(); }
     std::uint16_t ready_port() {
         const std::string line = line_with("ready port=");
         return static_cast<std::uint16_t>(std::atoi(line.c_str() + line.find('=') + 1));
@@ -80,6 +83,17 @@ private:
             } while (read_more());
             ADD_FAILURE() << "no line with: " << part;
             return "";
+        }
+
+        std::string rest() {
+            while (read_more()) {
+            }
+            splitter_.end();
+            std::string out;
+            for (const std::string& line : std::exchange(waiting_, {})) {
+                out += line + "\n";
+            }
+            return out;
         }
 
     private:
@@ -137,6 +151,11 @@ public:
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
     ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
     const std::string& path() const { return path_; }
+    // Writes a file there and returns its path.
+    std::string file(const std::string& name, std::string_view content) const {
+        std::ofstream(path_ + "/" + name, std::ios::binary) << content;
+        return path_ + "/" + name;
+    }
 
 private:
     std::string path_;
@@ -206,9 +225,13 @@ TEST(SimulatorProgram, says_when_its_port_is_taken) {
 }
 
 TEST(SimulatorProgram, refuses_a_command_line_that_makes_no_sense) {
-    const std::vector<std::vector<std::string>> cases = {
-        {"--bogus"},      {"--port", "x"}, {"--port", "65536"},
-        {"--port", "-1"}, {"argument"},    {"--exit-at-eof", "--no-stdin"}};
+    const std::vector<std::vector<std::string>> cases = {{"--bogus"},
+                                                         {"--port", "x"},
+                                                         {"--port", "65536"},
+                                                         {"--port", "-1"},
+                                                         {"argument"},
+                                                         {"--exit-at-eof", "--no-stdin"},
+                                                         {"--exit-after-scenario"}};
     for (const auto& arguments : cases) {
         Program program(arguments);
         program.complaint_with("(see --help)");
@@ -277,18 +300,74 @@ TEST(SimulatorProgram, says_when_a_scenario_cannot_be_read) {
     EXPECT_EQ(program.exit_status(), 1);
 }
 
+TEST(SimulatorProgram, ends_at_bad_lines_of_a_scenario_before_it_takes_connections) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.file("a", "bogus\nerror P 1 110 3\n+x list\n");
+    const std::string good = directory.file("b", "error P 2 110 3\n");
+    Program program({"--port", "0", "--scenario", good, "--scenario", path});
+    EXPECT_EQ(program.rest_of_output(), "");
+    EXPECT_EQ(program.rest_of_complaints(),
+              path + ":1: unknown command \"bogus\"; \"help\" shows all\n" + path +
+                  ":3: bad time \"x\"\n");
+    EXPECT_EQ(program.exit_status(), 1);
+}
+
+TEST(SimulatorProgram, skips_bad_lines_of_a_scenario_when_asked) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.file("a", "bogus\nerror P 1 110 3\n");
+    Program program({"--port", "0", "--scenario", path, "--skip-bad-lines"});
+    program.complaint_with(path + ":1: unknown command");
+    program.line_with("event published");
+}
+
+TEST(SimulatorProgram, ends_after_its_scenarios_when_asked) {
+    const TemporaryDirectory directory;
+    const std::string first = directory.file("a", "repeat forever every 1ms list\nlist\n");
+    const std::string second = directory.file("b", "+50ms error P 1 110 3\n");
+    Program program(
+        {"--port", "0", "--scenario", first, "--scenario", second, "--exit-after-scenario"});
+    program.line_with("ready");
+    program.line_with("event published");
+    program.line_with("ended reason=end-of-scenario");
+    EXPECT_EQ(program.exit_status(), 0);
+}
+
+TEST(SimulatorProgram, ends_at_once_after_an_empty_scenario) {
+    const TemporaryDirectory directory;
+    Program program(
+        {"--port", "0", "--scenario", directory.file("a", "# nothing\n"), "--exit-after-scenario"});
+    program.line_with("ended reason=end-of-scenario");
+    EXPECT_EQ(program.exit_status(), 0);
+}
+
+TEST(SimulatorProgram, checks_scenarios_without_playing_them) {
+    const TemporaryDirectory directory;
+    const std::string good = directory.file("a", "error P 1 110 3\r\n\r\n@2s clear-all\r\n");
+    const std::string bad = directory.file("b", "fault bogus\n\nrepeat 3 bogus");
+    Program well({"--check", good});
+    EXPECT_EQ(well.exit_status(), 0);
+    EXPECT_EQ(well.rest_of_output() + well.rest_of_complaints(), "");
+    Program ill({"--check", good, "--check", bad});
+    EXPECT_EQ(ill.exit_status(), 1);
+    EXPECT_EQ(ill.rest_of_output(), "");
+    ill.complaint_with(bad + ":1: unknown fault");
+    ill.complaint_with(bad + ":3: unknown command");
+    Program missing({"--check", "/does/not/exist"});
+    missing.complaint_with("/does/not/exist");
+    EXPECT_EQ(missing.exit_status(), 1);
+}
+
 class SimulatorScenario : public testing::TestWithParam<std::string> {};
 
 TEST_P(SimulatorScenario, is_understood_and_begins_by_saying_what_is_seen) {
     const std::string path = std::string(SCENARIO_DIRECTORY) + "/" + GetParam() + ".scenario";
     const std::string text = file_content(path);
     EXPECT_TRUE(text.starts_with("# ")) << path;
-    // What is not understood is said before the program waits for input.
+    Program check({"--check", path});
+    EXPECT_EQ(check.rest_of_complaints(), "");
+    EXPECT_EQ(check.exit_status(), 0);
     Program program({"--port", "0", "--scenario", path});
-    program.ready_port();
     program.line_with("event published");
-    program.type("bogus");
-    EXPECT_EQ(program.complaint_with("").substr(0, 8), "stdin:1:");
 }
 
 INSTANTIATE_TEST_SUITE_P(all, SimulatorScenario,

@@ -24,6 +24,20 @@ std::string_view command_text(std::string_view line) {
     return Tokenizer(line).remainder();
 }
 
+// The expectation that a good command line stands for, if it does.
+std::optional<Expectation> expectation_in(std::string_view command) {
+    Tokenizer words(command);
+    if (words.next() != "expect") {
+        return std::nullopt;
+    }
+    return parse_expectation_words(words);
+}
+
+// Whether others may be expected at the same time. Silence begins when nothing is expected.
+bool can_wait_for_more(const Scenario::Line& line) {
+    return line.expectation && line.expectation->kind != Expectation::Kind::no_command;
+}
+
 std::uint64_t fault_value(FaultValue kind, Tokenizer& words) {
     switch (kind) {
     case FaultValue::none:
@@ -107,8 +121,9 @@ Fault parse_fault_words(Tokenizer& words) {
 }
 
 CommandInterpreter::CommandInterpreter(PrinterService& service, Timeline& timeline,
-                                       InterpreterOutput output)
-    : service_(service), timeline_(timeline), output_(std::move(output)) {}
+                                       Expectations& expectations, InterpreterOutput output)
+    : service_(service), timeline_(timeline), expectations_(expectations),
+      output_(std::move(output)) {}
 
 const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::commands() {
     using Self = CommandInterpreter;
@@ -141,6 +156,15 @@ const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::command
          "1 in N: spoil one reply in N at random, the same ones each time with the same seed (1 if "
          "not given).\n"
          "It takes the place of what was on show for the same replies. KIND is one of these:"},
+        {"expect", &Self::parse_expect,
+         "expect command ACTION PRINTER JOB within TIME | no command for TIME | status within TIME",
+         "wait for a request; the exit status is 1 when one was missed",
+         "ACTION is cancel, resume, retry or a number. The time counts from now. A command meets "
+         "one\n"
+         "expectation, and one that another line expects does not count against \"no command\".\n"
+         "In a scenario, the lines after it wait. Without a time in front, commands and status "
+         "that\n"
+         "are expected by lines in a row are waited for together, in any order."},
         {"stop", &Self::parse_stop, "stop [TIME]", "go down, and come back after TIME"},
         {"start", &Self::parse_start, "start", "come back"},
         {"repeat", &Self::parse_repeat, "repeat N|forever [every TIME] COMMAND",
@@ -209,8 +233,8 @@ Scenario CommandInterpreter::read_scenario(std::string_view text, const std::str
         }
         try {
             const TimedLine timed = split_time(line);
-            scenario.lines.push_back(
-                {timed.sign, timed.time, parse_command(timed.command, where), where});
+            scenario.lines.push_back({timed.sign, timed.time, parse_command(timed.command, where),
+                                      where, expectation_in(timed.command)});
         } catch (const CommandError& error) {
             ++scenario.bad_lines;
             output_.complain(where, error.what());
@@ -220,11 +244,44 @@ Scenario CommandInterpreter::read_scenario(std::string_view text, const std::str
 }
 
 void CommandInterpreter::play(const Scenario& scenario) {
-    const Clock::time_point start = Clock::now();
-    Clock::time_point due = start;
-    for (const Scenario::Line& line : scenario.lines) {
-        due = (line.sign == '@' ? start : due) + line.time;
+    play_from(std::make_shared<const Scenario>(scenario), 0, Clock::now());
+}
+
+void CommandInterpreter::play_from(const std::shared_ptr<const Scenario>& scenario,
+                                   std::size_t first, Clock::time_point start) {
+    const std::vector<Scenario::Line>& lines = scenario->lines;
+    const Clock::time_point earliest = first == 0 ? start : Clock::now();
+    Clock::time_point due = earliest;
+    std::size_t at = first;
+    for (; at < lines.size(); ++at) {
+        const Scenario::Line& line = lines[at];
+        due = line.sign == '@' ? std::max(start + line.time, earliest) : due + line.time;
+        if (line.expectation) {
+            break;
+        }
         timeline_.at(due, [this, line] { run(line.action, line.where); });
+    }
+    if (at == lines.size()) {
+        return;
+    }
+    std::size_t end = at + 1;
+    while (can_wait_for_more(lines[end - 1]) && end < lines.size() && lines[end].sign == 0 &&
+           can_wait_for_more(lines[end])) {
+        ++end;
+    }
+    timeline_.at(due, [this, scenario, at, end, start] { await(scenario, at, end, start); });
+}
+
+void CommandInterpreter::await(const std::shared_ptr<const Scenario>& scenario, std::size_t first,
+                               std::size_t end, Clock::time_point start) {
+    const auto left = std::make_shared<std::size_t>(end - first);
+    for (std::size_t at = first; at < end; ++at) {
+        const Scenario::Line& line = scenario->lines[at];
+        expectations_.begin(*line.expectation, line.where, [this, scenario, end, start, left] {
+            if (--*left == 0) {
+                play_from(scenario, end, start);
+            }
+        });
     }
 }
 
@@ -346,6 +403,13 @@ CommandInterpreter::Action CommandInterpreter::parse_fault(Tokenizer& words, con
     const Fault fault = parse_fault_words(words);
     return [this, fault] {
         service_.set_fault(fault);
+    };
+}
+
+CommandInterpreter::Action CommandInterpreter::parse_expect(Tokenizer& words,
+                                                            const std::string& where) {
+    return [this, expectation = parse_expectation_words(words), where] {
+        expectations_.begin(expectation, where);
     };
 }
 

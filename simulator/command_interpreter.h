@@ -3,11 +3,13 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "expectations.h"
 #include "printer_service.h"
 #include "timeline.h"
 #include "tokenizer.h"
@@ -29,8 +31,9 @@ struct Scenario {
     struct Line {
         char sign; ///< '+', '@', or 0 for a line without a time
         std::chrono::milliseconds time;
-        std::function<void()> action; ///< may throw std::runtime_error
-        std::string where;            ///< "source:line"
+        std::function<void()> action;           ///< may throw std::runtime_error
+        std::string where;                      ///< "source:line"
+        std::optional<Expectation> expectation; ///< set when that is what the line is
     };
     std::vector<Line> lines; ///< those that were understood
     unsigned bad_lines = 0;
@@ -42,8 +45,10 @@ struct Scenario {
 /// `+500ms error ...`, `@2s error ...`. All for the service's thread.
 class CommandInterpreter {
 public:
-    /// Service, timeline and what the output functions use must outlive the interpreter.
-    CommandInterpreter(PrinterService& service, Timeline& timeline, InterpreterOutput output);
+    /// Service, timeline, expectations and what the output functions use must outlive the
+    /// interpreter.
+    CommandInterpreter(PrinterService& service, Timeline& timeline, Expectations& expectations,
+                       InterpreterOutput output);
 
     /// Carries out one line that came at this moment: a plain one at once, `+TIME` after that
     /// time, `@TIME` that long after the interpreter was made. Complains about a bad line.
@@ -54,6 +59,9 @@ public:
 
     /// Plays a scenario from now on: a plain line together with the line before it, `+TIME` that
     /// long after the line before it, `@TIME` that long after the start.
+    ///
+    /// What follows an `expect` waits until it is settled, and counts its times from there.
+    /// `expect command` and `expect status` lines in a row, without a time, wait together.
     void play(const Scenario& scenario);
 
     /// Checks a command without a time in front and gives what carries it out, which may throw
@@ -100,6 +108,7 @@ private:
     Action parse_fault(Tokenizer& words, const std::string& where);
     Action parse_stop(Tokenizer& words, const std::string& where);
     Action parse_start(Tokenizer& words, const std::string& where);
+    Action parse_expect(Tokenizer& words, const std::string& where);
     Action parse_repeat(Tokenizer& words, const std::string& where);
     Action parse_list(Tokenizer& words, const std::string& where);
     Action parse_help(Tokenizer& words, const std::string& where);
@@ -108,11 +117,16 @@ private:
     void list();
     void help();
     void help_with(const CommandEntry& command);
+    void play_from(const std::shared_ptr<const Scenario>& scenario, std::size_t first,
+                   Clock::time_point start);
+    void await(const std::shared_ptr<const Scenario>& scenario, std::size_t first, std::size_t end,
+               Clock::time_point start);
     void run(const Action& action, const std::string& where);
     void repeat_every(const Repetition& repetition, std::uint64_t number);
 
     PrinterService& service_;
     Timeline& timeline_;
+    Expectations& expectations_;
     InterpreterOutput output_;
     const Clock::time_point made_at_ = Clock::now();
 };

@@ -14,9 +14,10 @@ namespace printer_simulator {
 
 SimulatorProgram::SimulatorProgram(ProgramOptions options)
     : options_(std::move(options)), loop_(g_main_loop_new(nullptr, FALSE)),
-      service_({[this](const Occurrence& occurrence) { show(occurrence); }, frame_listener()}),
+      service_({[this](const Occurrence& occurrence) { happened(occurrence); }, frame_listener()}),
       timeline_(nullptr, [this] { end_if_all_is_done(); }),
-      interpreter_(service_, timeline_, interpreter_output()),
+      expectations_(timeline_, [this](const Occurrence& occurrence) { show(occurrence); }),
+      interpreter_(service_, timeline_, expectations_, interpreter_output()),
       input_lines_([this](std::string_view line, unsigned number) {
           interpreter_.execute(line, "stdin:" + std::to_string(number));
       }) {}
@@ -33,8 +34,9 @@ int SimulatorProgram::run() {
         throw std::runtime_error("cannot make directory " + options_.capture_directory);
     }
     serve();
+    expectations_.end();
     write_line(Occurrence("ended").word("reason", end_reason_).line());
-    return EXIT_SUCCESS;
+    return expectations_.missed() == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 unsigned SimulatorProgram::read_scenarios(const std::vector<std::string>& paths) {
@@ -132,6 +134,11 @@ void SimulatorProgram::write_line(std::string_view line) const {
     out += '\n';
     std::fwrite(out.data(), 1, out.size(), stdout);
     std::fflush(stdout);
+}
+
+void SimulatorProgram::happened(const Occurrence& occurrence) {
+    show(occurrence);
+    expectations_.saw(occurrence);
 }
 
 void SimulatorProgram::show(const Occurrence& occurrence) const {

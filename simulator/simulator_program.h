@@ -21,8 +21,8 @@ public:
 
     /// Reads the scenarios, listens, says so, and serves until a signal, `quit`, the end of input
     /// or of the scenarios. Returns the exit status: 0 for a clean end, 1 when a scenario has bad
-    /// lines. Throws std::runtime_error when the port, a scenario or the capture directory cannot
-    /// be had.
+    /// lines or an expectation was missed. Throws std::runtime_error when the port, a scenario or
+    /// the capture directory cannot be had.
     int run();
 
 private:
@@ -35,6 +35,7 @@ private:
     void end(std::string_view reason);
     void write_line(std::string_view line) const;
     void show(const Occurrence& occurrence) const;
+    void happened(const Occurrence& occurrence);
     InterpreterOutput interpreter_output();
     /// What the service tells of each frame; empty when no directory takes them.
     std::function<void(std::uint64_t, bool, std::string_view)> frame_listener();
@@ -44,6 +45,7 @@ private:
     GMainLoopPtr loop_;
     PrinterService service_;
     Timeline timeline_;
+    Expectations expectations_;
     CommandInterpreter interpreter_;
     LineSplitter input_lines_;
     std::vector<Scenario> scenarios_;

@@ -10,12 +10,19 @@
 namespace printer_simulator::test {
 namespace {
 
+Occurrence retry_of(std::string_view printer, std::string_view job) {
+    return Occurrence("request command")
+        .text("printer", printer)
+        .text("job", job)
+        .word("action", std::to_string(ACTION_RETRY));
+}
+
 // An interpreter on a context of its own; its service does not listen.
 class Interpreter : public testing::Test {
 protected:
     Interpreter()
         : context_((g_main_context_push_thread_default(raw_context_), raw_context_)),
-          timeline_(raw_context_), interpreter_(service_, timeline_, output()) {}
+          timeline_(raw_context_), interpreter_(service_, timeline_, expectations_, output()) {}
     ~Interpreter() override { g_main_context_pop_thread_default(raw_context_); }
 
     void run(std::string_view line) { interpreter_.execute(line, "stdin:1"); }
@@ -36,6 +43,10 @@ protected:
     GMainContextPtr context_;
     PrinterService service_;
     Timeline timeline_;
+    Expectations expectations_{timeline_, [this](const Occurrence& occurrence) {
+                                   told_.push_back(occurrence.line());
+                               }};
+    std::vector<std::string> told_;
     std::vector<std::string> answers_;
     std::vector<std::string> complaints_;
     bool quit_ = false;
@@ -215,6 +226,51 @@ TEST_F(Interpreter, names_all_bad_lines_of_a_scenario_and_can_play_the_others) {
     interpreter_.play(scenario);
     run_until_drained();
     EXPECT_EQ(open_errors().size(), 1U);
+}
+
+TEST_F(Interpreter, lets_the_lines_after_an_expectation_wait_for_it) {
+    play("error P 1 110 3\n"
+         "expect command retry P 1 within 20min\n"
+         "expect status within 20min\n"
+         "error P 2 110 3\n"
+         "@1ms error P 4 110 3\n"
+         "+20ms error P 3 110 3\n"
+         "expect no command for 10ms\n"
+         "error P 5 110 3\n",
+         "file");
+    const auto open = [this](std::size_t count) {
+        return wait_until([this, count] {
+            g_main_context_iteration(raw_context_, FALSE);
+            return open_errors().size() == count;
+        });
+    };
+    EXPECT_TRUE(open(1));
+    for (int turn = 0; turn < 100; ++turn) {
+        g_main_context_iteration(raw_context_, FALSE);
+    }
+    expectations_.saw(Occurrence("request status"));
+    EXPECT_EQ(told_.size(), 1U) << "both wait from the same moment on";
+    EXPECT_EQ(open_errors().size(), 1U) << "and the rest for both";
+    expectations_.saw(retry_of("P", "1"));
+    EXPECT_EQ(open_errors().size(), 1U) << "the service is not called in the middle of its work";
+    EXPECT_TRUE(open(3)) << "2 at once, and 4, whose time is over";
+    EXPECT_EQ(open_errors()[2].error.job, "4");
+    EXPECT_TRUE(open(4));
+    EXPECT_EQ(open_errors()[3].error.job, "3");
+    run_until_drained();
+    EXPECT_EQ(open_errors().size(), 5U);
+    EXPECT_EQ(expectations_.missed(), 0U);
+    EXPECT_EQ(told_.size(), 3U);
+}
+
+TEST_F(Interpreter, does_not_wait_for_an_expectation_that_is_typed) {
+    run("expect command retry P 1 within 20min");
+    run("error P 2 110 3");
+    EXPECT_EQ(open_errors().size(), 1U);
+    EXPECT_FALSE(timeline_.empty());
+    expectations_.saw(retry_of("P", "1"));
+    run_until_drained();
+    EXPECT_EQ(expectations_.missed(), 0U);
 }
 
 TEST_F(Interpreter, repeats_a_command_with_its_number) {

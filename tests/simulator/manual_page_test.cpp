@@ -80,7 +80,8 @@ TEST(ManualPage, shows_the_usage_of_every_command) {
     std::vector<std::string> answers;
     PrinterService service;
     Timeline timeline(nullptr);
-    CommandInterpreter interpreter(service, timeline,
+    Expectations expectations(timeline, [](const Occurrence&) {});
+    CommandInterpreter interpreter(service, timeline, expectations,
                                    {[&](std::string_view line) { answers.emplace_back(line); },
                                     [](const std::string&, const std::string&) {},
                                     [] {

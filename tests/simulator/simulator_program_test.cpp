@@ -72,6 +72,7 @@ private:
             : descriptor_(g_unix_input_stream_get_fd(G_UNIX_INPUT_STREAM(pipe))) {}
 
         std::string line_with(const std::string& part) {
+            const auto deadline = std::chrono::steady_clock::now() + DEADLINE;
             do {
                 while (!waiting_.empty()) {
                     const std::string line = std::move(waiting_.front());
@@ -80,7 +81,7 @@ private:
                         return line;
                     }
                 }
-            } while (read_more());
+            } while (std::chrono::steady_clock::now() < deadline && read_more());
             ADD_FAILURE() << "no line with: " << part;
             return "";
         }
@@ -355,6 +356,51 @@ TEST(SimulatorProgram, checks_scenarios_without_playing_them) {
     Program missing({"--check", "/does/not/exist"});
     missing.complaint_with("/does/not/exist");
     EXPECT_EQ(missing.exit_status(), 1);
+}
+
+TEST(SimulatorProgram, ends_well_when_what_was_expected_came) {
+    const TemporaryDirectory directory;
+    const std::string path =
+        directory.file("a", "error 'Front Desk' 17 110 3\n"
+                            "expect status within 5min\n"
+                            "expect command retry 'Front Desk' 17 within 5min\n"
+                            "expect no command for 50ms\n");
+    Program program({"--port", "0", "--scenario", path, "--exit-after-scenario"});
+    const std::uint16_t port = program.ready_port();
+    poll_status(port);
+    EXPECT_NE(program.line_with("expectation")
+                  .find("expectation met where=\"" + path +
+                        ":2\" expected=\"status within 300000ms\" after_ms="),
+              std::string::npos);
+    framed_exchange(port, job_command("Front Desk", "17", "110", ACTION_RETRY));
+    EXPECT_NE(program.line_with("expectation met").find(path + ":3\""), std::string::npos);
+    EXPECT_NE(program.line_with("expectation met").find(path + ":4\""), std::string::npos);
+    program.line_with("ended reason=end-of-scenario");
+    EXPECT_EQ(program.exit_status(), 0);
+}
+
+TEST(SimulatorProgram, ends_badly_when_what_was_expected_did_not_come) {
+    const TemporaryDirectory directory;
+    const std::string path =
+        directory.file("a", "error 'Front Desk' 17 110 3\n"
+                            "expect command retry 'Front Desk' 17 within 500ms\n"
+                            "error P 1 110 3\n");
+    Program program({"--port", "0", "--scenario", path, "--exit-after-scenario"});
+    framed_exchange(program.ready_port(), job_command("Front Desk", "17", "110", ACTION_CANCEL));
+    const std::string missed = program.line_with("expectation missed");
+    EXPECT_NE(missed.find(R"(came="command cancel \"Front Desk\" \"17\"")"), std::string::npos)
+        << missed;
+    EXPECT_NE(program.line_with("event published").find("job=\"1\""), std::string::npos);
+    EXPECT_EQ(program.exit_status(), 1);
+}
+
+TEST(SimulatorProgram, counts_what_it_still_waits_for_at_its_end_as_missed) {
+    Program program({"--port", "0"});
+    program.type("expect status within 20min");
+    program.type("quit");
+    program.line_with("expectation missed where=\"stdin:1\"");
+    program.line_with("ended reason=quit");
+    EXPECT_EQ(program.exit_status(), 1);
 }
 
 class SimulatorScenario : public testing::TestWithParam<std::string> {};

@@ -1,0 +1,166 @@
+#include "expectations.h"
+
+#include <gtest/gtest.h>
+
+#include "documents.h"
+#include "simulator_test_support.h"
+
+namespace printer_simulator::test {
+namespace {
+
+Expectation expectation_of(std::string_view words) {
+    Tokenizer tokenizer(words);
+    return parse_expectation_words(tokenizer);
+}
+
+class ExpectationsTest : public testing::Test {
+protected:
+    void begin(std::string_view words) {
+        const std::string where = "line " + std::to_string(++lines_);
+        expectations_.begin(expectation_of(words), where, [this, where] { settled_ += where; });
+    }
+    void command(int action, std::string_view printer, std::string_view job) {
+        expectations_.saw(Occurrence("request command")
+                              .text("printer", printer)
+                              .text("job", job)
+                              .word("action", std::to_string(action)));
+    }
+    void status() { expectations_.saw(Occurrence("request status")); }
+    bool drained() {
+        return wait_until([this] {
+            g_main_context_iteration(context_.get(), FALSE);
+            return timeline_.empty();
+        });
+    }
+    std::string last(std::string_view key) const {
+        return told_.empty() ? "" : told_.back().value(key);
+    }
+
+    const GMainContextPtr context_{g_main_context_new()};
+    Timeline timeline_{context_.get()};
+    std::vector<Occurrence> told_;
+    Expectations expectations_{timeline_, [this](const Occurrence& occurrence) {
+                                   told_.push_back(occurrence);
+                               }};
+    int lines_ = 0;
+    std::string settled_;
+};
+
+TEST_F(ExpectationsTest, are_met_by_the_very_command) {
+    begin("command retry 'Front Desk' 17 within 20min");
+    command(ACTION_CANCEL, "Front Desk", "17");
+    command(ACTION_RETRY, "Front", "Desk 17");
+    command(ACTION_RETRY, "Front Desk", "18");
+    status();
+    EXPECT_TRUE(told_.empty());
+    command(ACTION_RETRY, "Front Desk", "17");
+    ASSERT_EQ(told_.size(), 1U);
+    EXPECT_EQ(told_[0].words(), "expectation met");
+    EXPECT_EQ(last("where"), "line 1");
+    EXPECT_FALSE(told_[0].has("came"));
+    EXPECT_EQ(settled_, "") << "that is for the timeline";
+    EXPECT_TRUE(drained());
+    EXPECT_EQ(settled_, "line 1");
+    EXPECT_EQ(expectations_.missed(), 0U);
+}
+
+TEST_F(ExpectationsTest, say_what_came_instead_when_they_are_missed) {
+    begin("command retry P 1 within 30ms");
+    command(ACTION_CANCEL, "P", "1");
+    command(7, "P \"x\"", "1");
+    status();
+    expectations_.saw(Occurrence("request unreadable"));
+    EXPECT_TRUE(drained());
+    ASSERT_EQ(told_.size(), 1U);
+    EXPECT_EQ(told_[0].words(), "expectation missed");
+    EXPECT_EQ(last("expected"), R"(command retry "P" "1" within 30ms)");
+    EXPECT_EQ(last("came"), R"(command cancel "P" "1", command 7 "P \"x\"" "1", )"
+                            "1 unreadable request, 1 status request");
+    EXPECT_GE(std::stoi(last("after_ms")), 30);
+    EXPECT_EQ(settled_, "line 1") << "what follows follows all the same";
+    EXPECT_EQ(expectations_.missed(), 1U);
+}
+
+TEST_F(ExpectationsTest, count_what_is_too_much_to_show) {
+    begin("command retry P 1 within 20ms");
+    for (int i = 0; i < 12; ++i) {
+        command(ACTION_CANCEL, "P", "1");
+    }
+    EXPECT_TRUE(drained());
+    EXPECT_TRUE(last("came").ends_with(R"("1", 2 more commands)")) << last("came");
+    begin("status within 1ms");
+    EXPECT_TRUE(drained());
+    EXPECT_EQ(last("came"), "nothing");
+}
+
+TEST_F(ExpectationsTest, are_met_by_one_command_each_the_oldest_first) {
+    begin("command retry P 1 within 20min");
+    begin("command retry P 1 within 20min");
+    command(ACTION_RETRY, "P", "1");
+    ASSERT_EQ(told_.size(), 1U);
+    EXPECT_EQ(last("where"), "line 1");
+    command(ACTION_RETRY, "P", "1");
+    EXPECT_EQ(last("where"), "line 2");
+}
+
+TEST_F(ExpectationsTest, of_no_command_are_missed_at_the_first_one) {
+    begin("no command for 20min");
+    status();
+    EXPECT_TRUE(told_.empty());
+    command(ACTION_RETRY, "P", "1");
+    ASSERT_EQ(told_.size(), 1U);
+    EXPECT_EQ(told_[0].words(), "expectation missed");
+    EXPECT_EQ(last("came"), R"(command retry "P" "1", 1 status request)");
+    EXPECT_TRUE(drained());
+}
+
+TEST_F(ExpectationsTest, of_no_command_are_met_by_silence_and_by_what_others_expect) {
+    begin("no command for 30ms");
+    begin("command retry P 1 within 20min");
+    command(ACTION_RETRY, "P", "1");
+    EXPECT_EQ(last("where"), "line 2");
+    EXPECT_TRUE(drained());
+    ASSERT_EQ(told_.size(), 2U);
+    EXPECT_EQ(told_[1].words(), "expectation met");
+    EXPECT_GE(std::stoi(last("after_ms")), 30);
+}
+
+TEST_F(ExpectationsTest, of_a_status_are_all_met_by_the_next_one) {
+    begin("status within 20min");
+    begin("status within 20min");
+    command(ACTION_RETRY, "P", "1");
+    status();
+    EXPECT_EQ(told_.size(), 2U);
+    EXPECT_EQ(expectations_.missed(), 0U);
+    status();
+    EXPECT_EQ(told_.size(), 2U);
+}
+
+TEST_F(ExpectationsTest, are_missed_when_they_still_wait_at_the_end) {
+    begin("status within 20min");
+    begin("no command for 20min");
+    expectations_.end();
+    EXPECT_EQ(expectations_.missed(), 2U);
+    EXPECT_EQ(told_.size(), 2U);
+}
+
+TEST(Expectation, describes_itself_in_the_words_that_give_it_again) {
+    for (const char* words :
+         {R"(command retry "Front Desk" "17" within 500ms)", R"(command 103 "\377" "" within 1ms)",
+          "no command for 1000ms", "status within 0ms"}) {
+        EXPECT_EQ(expectation_of(words).description(), words);
+    }
+}
+
+TEST(ParseExpectationWords, refuses_what_makes_no_sense) {
+    for (const char* words :
+         {"", "bogus", "command", "command retry P 1", "command retry P 1 within",
+          "command retry P 1 within x", "command retry P 1 for 1s", "command bogus P 1 within 1s",
+          "command 99999999999 P 1 within 1s", "no", "no status for 1s", "no command within 1s",
+          "status for 1s", "status within 1s x"}) {
+        EXPECT_THROW(expectation_of(words), CommandError) << words;
+    }
+}
+
+} // namespace
+} // namespace printer_simulator::test

@@ -481,9 +481,11 @@ void CommandInterpreter::repeat_every(const Repetition& repetition, std::uint64_
     const Clock::time_point next = Clock::now() + repetition.every;
     run(parse_command(substituted(repetition.command, number), repetition.where), repetition.where);
     if (number < repetition.count.value_or(number + 1)) {
-        timeline_.at(
-            next, [this, repetition, number] { repeat_every(repetition, number + 1); },
-            repetition.count ? Timeline::Purpose::awaited : Timeline::Purpose::companion);
+        const auto again = [this, repetition, number] {
+            repeat_every(repetition, number + 1);
+        };
+        timeline_.at(next, again,
+                     repetition.count ? Timeline::Purpose::awaited : Timeline::Purpose::companion);
     }
 }
 

@@ -43,9 +43,7 @@ protected:
     GMainContextPtr context_;
     PrinterService service_;
     Timeline timeline_;
-    Expectations expectations_{timeline_, [this](const Occurrence& occurrence) {
-                                   told_.push_back(occurrence.line());
-                               }};
+    Expectations expectations_{timeline_, teller()};
     std::vector<std::string> told_;
     std::vector<std::string> answers_;
     std::vector<std::string> complaints_;
@@ -53,6 +51,11 @@ protected:
     CommandInterpreter interpreter_;
 
 private:
+    std::function<void(const Occurrence&)> teller() {
+        return [this](const Occurrence& occurrence) {
+            told_.push_back(occurrence.line());
+        };
+    }
     InterpreterOutput output() {
         InterpreterOutput output;
         output.answer = [this](std::string_view line) {

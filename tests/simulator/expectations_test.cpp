@@ -39,11 +39,16 @@ protected:
     const GMainContextPtr context_{g_main_context_new()};
     Timeline timeline_{context_.get()};
     std::vector<Occurrence> told_;
-    Expectations expectations_{timeline_, [this](const Occurrence& occurrence) {
-                                   told_.push_back(occurrence);
-                               }};
+    Expectations expectations_{timeline_, teller()};
     int lines_ = 0;
     std::string settled_;
+
+private:
+    std::function<void(const Occurrence&)> teller() {
+        return [this](const Occurrence& occurrence) {
+            told_.push_back(occurrence);
+        };
+    }
 };
 
 TEST_F(ExpectationsTest, are_met_by_the_very_command) {

@@ -80,12 +80,12 @@ TEST(ManualPage, shows_the_usage_of_every_command) {
     std::vector<std::string> answers;
     PrinterService service;
     Timeline timeline(nullptr);
-    Expectations expectations(timeline, [](const Occurrence&) {});
-    CommandInterpreter interpreter(service, timeline, expectations,
-                                   {[&](std::string_view line) { answers.emplace_back(line); },
-                                    [](const std::string&, const std::string&) {},
-                                    [] {
-                                    }});
+    Expectations expectations(timeline, {});
+    InterpreterOutput output;
+    output.answer = [&answers](std::string_view line) {
+        answers.emplace_back(line);
+    };
+    CommandInterpreter interpreter(service, timeline, expectations, output);
     interpreter.execute("help", "stdin:1");
     std::vector<std::string> usages;
     for (std::size_t i = 0; i + 1 < answers.size(); i += 2) {

@@ -69,7 +69,8 @@ private:
     class Lines {
     public:
         explicit Lines(GInputStream* pipe)
-            : descriptor_(g_unix_input_stream_get_fd(G_UNIX_INPUT_STREAM(pipe))) {}
+            : descriptor_(g_unix_input_stream_get_fd(G_UNIX_INPUT_STREAM(pipe))),
+              splitter_([this](std::string_view line, unsigned) { waiting_.emplace_back(line); }) {}
 
         std::string line_with(const std::string& part) {
             const auto deadline = std::chrono::steady_clock::now() + DEADLINE;
@@ -87,7 +88,12 @@ private:
         }
 
         std::string rest() {
+            const auto deadline = std::chrono::steady_clock::now() + DEADLINE;
             while (read_more()) {
+                if (std::chrono::steady_clock::now() > deadline) {
+                    ADD_FAILURE() << "the output does not end";
+                    break;
+                }
             }
             splitter_.end();
             std::string out;
@@ -114,9 +120,7 @@ private:
 
         const int descriptor_;
         std::deque<std::string> waiting_;
-        LineSplitter splitter_{[this](std::string_view line, unsigned) {
-            waiting_.emplace_back(line);
-        }};
+        LineSplitter splitter_;
     };
 
     static GSubprocess* started(const std::vector<std::string>& arguments, int input) {

@@ -13,8 +13,10 @@ class TimelineTest : public testing::Test {
 protected:
     void add(milliseconds after, const std::string& name,
              Timeline::Purpose purpose = Timeline::Purpose::awaited) {
-        last_ = timeline_.at(
-            start_ + after, [this, name] { done_ += name; }, purpose);
+        const auto action = [this, name] {
+            done_ += name;
+        };
+        last_ = timeline_.at(start_ + after, action, purpose);
     }
     bool turn_until(const std::function<bool()>& condition) {
         return wait_until([&] {
@@ -25,12 +27,17 @@ protected:
 
     const GMainContextPtr context_{g_main_context_new()};
     int drained_ = 0;
-    Timeline timeline_{context_.get(), [this] {
-                           ++drained_;
-                       }};
+    Timeline timeline_{context_.get(), counter()};
     const Timeline::Clock::time_point start_ = Timeline::Clock::now();
     Timeline::Ticket last_;
     std::string done_;
+
+private:
+    std::function<void()> counter() {
+        return [this] {
+            ++drained_;
+        };
+    }
 };
 
 TEST_F(TimelineTest, runs_actions_at_their_time_and_in_their_order) {

@@ -159,7 +159,7 @@ outcome expected_outcome(const std::string& bytes) {
     if (length > bytes.size() - PREFIX_SIZE) {
         return {"", "Empty receive."};
     }
-    return {bytes.substr(PREFIX_SIZE, length), ""};
+    return {bytes.substr(PREFIX_SIZE, static_cast<std::size_t>(length)), ""};
 }
 
 outcome exchange() {

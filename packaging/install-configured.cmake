@@ -8,6 +8,17 @@ cmake_path(ABSOLUTE_PATH private_dir BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX})
 set(name zor-card-printer-error-ui)
 set(command ${bin_dir}/${name})
 set(program ${private_dir}/${name})
+
+# The two paths as each kind of file quotes them: they may hold blanks and signs. No backslashes:
+# those are slashes to CMake.
+string(REPLACE "'" "'\\''" shell_program "${program}")
+set(shell_program "'${shell_program}'")
+string(REPLACE "\"" "\\\"" unit_program "${program}")
+string(REPLACE "%" "%%" unit_program "\"${unit_program}\"")
+# A backslash for the argument, and another one for the line that holds it.
+string(REGEX REPLACE "([\"`$])" "\\\\\\\\\\1" entry_command "${command}")
+string(REPLACE "%" "%%" entry_command "\"${entry_command}\"")
+
 foreach(file ${name}.sh ${name}.service ${name}.desktop)
     configure_file(${CMAKE_CURRENT_LIST_DIR}/${file}.in ${scratch_dir}/${file} @ONLY)
 endforeach()

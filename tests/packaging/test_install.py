@@ -9,7 +9,9 @@ import subprocess
 
 import pytest
 
-from support import NAME, SIMULATOR, TREE, install, list_files, run
+from gi.repository import Gio, GLib
+
+from support import BUILD, NAME, SIMULATOR, TREE, install, list_files, run
 
 
 @pytest.fixture(scope="module", name="staged")
@@ -69,6 +71,36 @@ def test_command_starts_the_program_of_its_own_prefix(prefix):
     assert f"'{prefix}/libexec/{NAME}/{NAME}'" in (prefix / "bin" / NAME).read_text()
 
 
+@pytest.mark.parametrize("name", ["with blanks", "a person's $HOME", 'a "quoted" `place`'])
+def test_prefix_may_hold_blanks_and_signs(tmp_path, name):
+    prefix = install(tmp_path / name)
+    command = prefix / "bin" / NAME
+    assert run(command, "--getstring", "110").startswith("Message 110: ")
+    # None when TryExec leads nowhere.
+    entry = Gio.DesktopAppInfo.new_from_filename(f"{prefix}/etc/xdg/autostart/{NAME}.desktop")
+    assert entry is not None
+    _, words = GLib.shell_parse_argv(entry.get_commandline())
+    assert words == [str(command), "--no-fork"]
+    run("desktop-file-validate", entry.get_filename())
+    if "$" in name or "`" in name:
+        return  # not for systemd: it starts no program at such a path
+    unit = prefix / f"lib/systemd/user/{NAME}.service"
+    assert run("systemd-analyze", "verify", "--user", unit,
+               env=dict(os.environ, MANPATH=f"{prefix}/share/man")) == ""
+
+
+def test_uninstall_removes_what_was_installed_and_nothing_else(tmp_path):
+    root = install("/usr", tmp_path)
+    stranger = root / f"share/doc/{NAME}/notes-of-mine"
+    stranger.write_text("keep me")
+    run("cmake", "--build", BUILD, "--target", "uninstall",
+        env=dict(os.environ, DESTDIR=str(tmp_path)))
+    assert list_files(tmp_path) == [f"/usr/share/doc/{NAME}/notes-of-mine"]
+    own = sorted(path.relative_to(root) for path in root.rglob("*zor-*") if path.is_dir())
+    assert [str(path) for path in own] == [f"share/doc/{NAME}"]
+    assert (root / "share/man/man1").is_dir()  # others may have pages there
+
+
 def test_simulator_runs_from_its_own_prefix(prefix):
     assert run(prefix / "bin" / SIMULATOR, "--version").startswith(f"{SIMULATOR} ")
 
@@ -88,7 +120,7 @@ def test_autostart_entry_is_valid(prefix):
     parsed.read(entry)
     keys = parsed["Desktop Entry"]
     assert os.access(keys["TryExec"], os.X_OK)
-    assert keys["Exec"] == keys["TryExec"] + " --no-fork"
+    assert keys["Exec"] == f'"{keys["TryExec"]}" --no-fork'
     # Where systemd starts the session's programs, the unit does it.
     assert keys["X-systemd-skip"] == keys["X-GNOME-HiddenUnderSystemd"] == "true"
 

@@ -25,7 +25,8 @@ PRINTER = "Front Desk"
 
 @pytest.fixture(scope="module", name="prefix")
 def fixture_prefix(tmp_path_factory):
-    return install(tmp_path_factory.mktemp("prefix"))
+    # A path that every file which names it has to quote.
+    return install(tmp_path_factory.mktemp("prefix") / "a place with blanks")
 
 
 @pytest.fixture(name="service")

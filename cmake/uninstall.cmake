@@ -1,0 +1,28 @@
+# Run by `cmake --build ... --target uninstall`: removes what the last `cmake --install` of this
+# build directory put in its place, and then the directories that nothing but this tree fills.
+set(manifest ${BUILD_DIR}/install_manifest.txt)
+if(NOT EXISTS ${manifest})
+    message(FATAL_ERROR "Nothing was installed from ${BUILD_DIR}: there is no install_manifest.txt.")
+endif()
+file(STRINGS ${manifest} files ENCODING UTF-8)
+set(own_directories)
+foreach(file IN LISTS files)
+    message(STATUS "Removing: $ENV{DESTDIR}${file}")
+    file(REMOVE "$ENV{DESTDIR}${file}")
+    # .../libexec/NAME/... and .../share/doc/NAME/...
+    if(file MATCHES "/zor-[^/]*/")
+        cmake_path(GET file PARENT_PATH directory)
+        while(directory MATCHES "/zor-")
+            list(APPEND own_directories "${directory}")
+            cmake_path(GET directory PARENT_PATH directory)
+        endwhile()
+    endif()
+endforeach()
+list(REMOVE_DUPLICATES own_directories)
+list(SORT own_directories ORDER DESCENDING) # the deepest first
+foreach(directory IN LISTS own_directories)
+    file(GLOB left LIST_DIRECTORIES true "$ENV{DESTDIR}${directory}/*")
+    if(NOT left)
+        file(REMOVE_RECURSE "$ENV{DESTDIR}${directory}")
+    endif()
+endforeach()

@@ -19,8 +19,11 @@ string(REPLACE "%" "%%" unit_program "\"${unit_program}\"")
 string(REGEX REPLACE "([\"`$])" "\\\\\\\\\\1" entry_command "${command}")
 string(REPLACE "%" "%%" entry_command "\"${entry_command}\"")
 
-foreach(file ${name}.sh ${name}.service ${name}.desktop)
+foreach(file ${name}.sh ${name}.service)
     configure_file(${CMAKE_CURRENT_LIST_DIR}/${file}.in ${scratch_dir}/${file} @ONLY)
+endforeach()
+foreach(file ${name}.desktop)
+    configure_file(${translated_dir}/${file}.in ${scratch_dir}/${file} @ONLY)
 endforeach()
 
 file(INSTALL ${scratch_dir}/${name}.sh DESTINATION ${bin_dir} RENAME ${name}

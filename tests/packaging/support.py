@@ -11,7 +11,9 @@ import time
 TREE = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("ZOR_BUILD_DIR", TREE / "build"))
 NAME = "zor-card-printer-error-ui"
+TRANSLATIONS = f"{NAME}-l10n"
 SIMULATOR = "zor-printer-service-simulator"
+PACKAGES = (NAME, TRANSLATIONS, SIMULATOR)
 DEADLINE_SCALE = float(os.environ.get("ZOR_DEADLINE_SCALE", "1"))
 
 
@@ -118,18 +120,38 @@ def is_active(window):
     return active.stdout.strip() == window
 
 
-def press_first_button(title):
-    """Goes to the box with the keyboard, from its text to its first button, and presses it."""
+def turn_to(title):
+    """Goes to the box with the keyboard, which is then in its text."""
     (box,) = boxes(title)
     # xdotool's own wait gives up where no window has been active before.
     wait_for("the keyboard in the box", lambda: is_active(box))
+
+
+def press_first_button(title):
+    """Goes to the box with the keyboard, from its text to its first button, and presses it."""
+    turn_to(title)
     run("xdotool", "key", "--window", "0", "Tab", "Return")
 
 
-def answer_an_error(service, printer="Front Desk"):
-    """Reports an error, waits for its box, presses Retry; the service must get the answer."""
+def read_box(title):
+    """Goes to the box with the keyboard, marks its text, and returns what is marked."""
+    turn_to(title)
+    run("xdotool", "key", "--window", "0", "ctrl+a")
+    return wait_for("the marked text", lambda: run(
+        "/usr/bin/python3", "-c", "import gi; gi.require_version('Gtk', '3.0')\n"
+        "from gi.repository import Gdk, Gtk\n"
+        "marked = Gtk.Clipboard.get(Gdk.SELECTION_PRIMARY).wait_for_text()\n"
+        "print(marked or '', end='')"))
+
+
+def answer_an_error(service, printer="Front Desk", text=None):
+    """Reports an error, waits for its box, presses Retry; the service must get the answer. With a
+    text, the box must show it."""
     mark = service.command(f'error "{printer}" 17 110 3 Print ribbon out or missing.')
     wait_for(f"the box of {printer}", lambda: boxes(printer), 30)
+    if text is not None:
+        shown = read_box(printer)
+        assert shown == text, f"the box of {printer} shows: {shown}"
     press_first_button(printer)
     service.wait_for_line(rf'^request command .*printer="{printer}" job="17" .*=retry ', mark)
     wait_for("the end of the box", lambda: not boxes(printer))

@@ -11,9 +11,10 @@ import shutil
 import stat
 import subprocess
 
+import polib
 import pytest
 
-from support import BUILD, NAME, SIMULATOR, TREE, run
+from support import BUILD, NAME, PACKAGES, TREE, run
 
 pytestmark = pytest.mark.skipif(
     os.getuid() != 0, reason="a root directory to install into can only be made as root")
@@ -53,8 +54,8 @@ def fixture_next_packages():
 
 
 def package_files(directory):
-    files = [next(directory.glob(f"{name}_*.deb")) for name in (NAME, SIMULATOR)]
-    assert len(files) == 2
+    files = [next(directory.glob(f"{name}_*.deb")) for name in PACKAGES]
+    assert len(files) == 3
     return files
 
 
@@ -126,10 +127,19 @@ def difference(before, after):
         for name in before.keys() | after.keys() if before.get(name) != after.get(name))
 
 
-def answer_an_error_in_root():
+def answer_an_error_in_root(*language_and_text):
     run(TREE / "tests/sandbox", "--display", "--writable", BUILD,
-        TREE / "tests/packaging/answer-in-root", ROOT,
+        TREE / "tests/packaging/answer-in-root", ROOT, *language_and_text,
         env=dict(os.environ, PYTHONDONTWRITEBYTECODE="1"), timeout=300)
+
+
+def german_box():
+    """What the box of message 110 says in German."""
+    texts = {entry.msgid: entry.msgstr for entry in polib.pofile(str(TREE / "po/de.po"))}
+    title = "Message 110: Print ribbon out or missing."
+    body = next(msgid for msgid in texts if msgid.startswith("The print ribbon is out or missing."))
+    assert texts[title] not in ("", title)
+    return f"{texts[title]}\n\n{texts[body]}"
 
 
 def test_lintian_has_nothing_to_say(packages):
@@ -160,7 +170,7 @@ def test_packages_hold_the_installed_files(packages):
     listed = set((TREE / "packaging/installed-files.txt").read_text().splitlines())
     # Debian compresses manual pages and adds two files to each package.
     expected = {f"{path}.gz" if path.startswith("/usr/share/man/") else path for path in listed}
-    for name in (NAME, SIMULATOR):
+    for name in PACKAGES:
         expected |= {f"/usr/share/doc/{name}/changelog.gz", f"/usr/share/doc/{name}/copyright"}
     assert sorted(contents ^ expected) == []
 
@@ -202,23 +212,25 @@ def test_packages_come_work_upgrade_and_go(root, packages, next_packages):
 
     install_packages(packages)
     assert installed_versions() == [
-        f"{name} {VERSION} install ok installed" for name in (NAME, SIMULATOR)]
+        f"{name} {VERSION} install ok installed" for name in sorted(PACKAGES)]
     wanted = "etc/systemd/user/graphical-session.target.wants"
     assert (root / wanted / f"{NAME}.service").is_symlink()
     answer_an_error_in_root()
 
+    answer_an_error_in_root("de", german_box())
+
     install_packages(next_packages)
     assert installed_versions() == [
-        f"{name} {NEXT_VERSION} install ok installed" for name in (NAME, SIMULATOR)]
+        f"{name} {NEXT_VERSION} install ok installed" for name in sorted(PACKAGES)]
     answer_an_error_in_root()
 
-    in_root("dpkg", "--remove", NAME, SIMULATOR)
+    in_root("dpkg", "--remove", *PACKAGES)
     left = [line for line in difference(before, snapshot()) if not line.startswith("changed: /etc")]
     assert pathlib.Path(f"/etc/xdg/autostart/{NAME}.desktop") in {
         pathlib.Path(line.split(": ")[1]) for line in left}, "a setting that only purge may remove"
     assert not any("/usr/" in line for line in left)
 
-    in_root("dpkg", "--purge", NAME, SIMULATOR)
+    in_root("dpkg", "--purge", *PACKAGES)
     assert difference(before, snapshot()) == []
     assert installed_versions() == []
 

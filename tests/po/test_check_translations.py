@@ -1,6 +1,7 @@
 """scripts/check-translations against a whole translation into a language that nobody speaks, and
 against the same one with one thing wrong."""
 
+import functools
 import pathlib
 import re
 import subprocess
@@ -15,7 +16,22 @@ import glossary  # pylint: disable=wrong-import-position
 
 HEADER = "kind\tEnglish\ttranslation\tforms\tnote"
 RIBBON_OUT = "Message 110: Print ribbon out or missing."
+# Texts in which the tests find all that they spoil, by their comments; a run takes half as long.
+ENOUGH = (r"^Message id: (36|110|111|112|202|243|1102|1109|1110|1111|1112|1123, 1170|1306|1317)$|"
+          r"No box shows it|^What a box shows")
 CALL = "If the problem continues, call for service."
+
+
+@functools.cache
+def words_of_terms():
+    """Each term of the glossary with the words that stand for it in the English texts."""
+    forms = glossary.forms_of_terms()
+    found = {term: {term} for term in forms}
+    for entry in polib.pofile(str(TREE / "po/messages.pot")):
+        for words, terms in glossary.occurrences(entry.msgid, forms):
+            for term in terms:
+                found[term].add(words.lower())
+    return found
 
 
 def pseudo(text):
@@ -32,26 +48,22 @@ def arabic(text):
 class Language:
     """A tree with the template, and a translation that can be spoiled."""
 
-    def __init__(self, tree, code="xx", translate=pseudo):
+    def __init__(self, tree, code="xx", translate=pseudo, only=ENOUGH):
         self.tree, self.code = tree, code
         (tree / "po/glossary").mkdir(parents=True)
-        template = (TREE / "po/messages.pot").read_text()
-        (tree / "po/messages.pot").write_text(template)
-        self.po = polib.pofile(template, wrapwidth=0)
+        self.po = polib.pofile(str(TREE / "po/messages.pot"), wrapwidth=0)
+        for entry in [entry for entry in self.po if not re.search(only, entry.comment, re.M)]:
+            self.po.remove(entry)
+        self.po.save(str(tree / "po/messages.pot"))
         self.po.metadata_is_fuzzy = False
         self.po.metadata.update({
             "Project-Id-Version": "zor-card-printer-error-ui", "Language": code,
             "PO-Revision-Date": "2026-11-20 12:00+0000", "Last-Translator": "Nobody",
             "Language-Team": "none"})
-        forms = glossary.forms_of_terms()
-        found = {term: {term} for term in forms}
         for entry in self.po:
             entry.msgstr = translate(entry.msgid)
-            for words, terms in glossary.occurrences(entry.msgid, forms):
-                for term in terms:
-                    found[term].add(words.lower())
         self.rows = [["term", term, translate(term), "|".join(map(translate, sorted(words))), ""]
-                     for term, words in found.items()]
+                     for term, words in words_of_terms().items()]
         self.rows += [["phrase", phrase, translate(phrase), "", ""]
                       for phrase, *_ in glossary.tables_of("Phrases that come back")
                       if "..." not in phrase]
@@ -94,8 +106,8 @@ def make_language(tmp_path):
     return Language(tmp_path)
 
 
-def test_a_whole_translation_is_accepted(language):
-    language.assert_whole()
+def test_a_whole_translation_is_accepted(tmp_path):
+    Language(tmp_path, only="").assert_whole()
 
 
 def test_what_is_untranslated_is_named_with_line_id_and_first_words(language):

@@ -1,10 +1,12 @@
 // Every mapped text in its box, on the screen that ZOR_SCREEN gives, at text scales 1 and 2 and in
-// three themes: readable as a whole, or scrolling with a scroll bar that is there.
+// three themes: readable as a whole, or scrolling with a scroll bar that is there. And every one in
+// the language of ZOR_LANGUAGE, whose compiled translation lies below ZOR_LOCALE_DIRECTORY.
 
 #include "shell_support.h"
 
 #include <libintl.h>
 
+#include <bit>
 #include <clocale>
 #include <fstream>
 #include <set>
@@ -121,6 +123,59 @@ public:
     LongLanguage& operator=(const LongLanguage&) = delete;
 };
 
+// A language of the tree, in a locale that every C library translates in.
+class Language {
+public:
+    explicit Language(const std::string& name) {
+        const std::string order = std::endian::native == std::endian::big ? "--big" : "--little";
+        EXPECT_EQ(std::system(("localedef --no-archive " + order +
+                               "-endian -i en_US -f UTF-8 /tmp/en_US.UTF-8")
+                                  .c_str()),
+                  0);
+        bindtextdomain("messages", ZOR_LOCALE_DIRECTORY);
+        setenv("LOCPATH", "/tmp", 1);
+        setenv("LANGUAGE", name.c_str(), 1);
+        EXPECT_NE(std::setlocale(LC_ALL, "en_US.UTF-8"), nullptr);
+        if (name == "ar") {
+            gtk_widget_set_default_direction(GTK_TEXT_DIR_RTL);
+        }
+    }
+    ~Language() {
+        gtk_widget_set_default_direction(GTK_TEXT_DIR_LTR);
+        std::setlocale(LC_ALL, "C");
+        unsetenv("LANGUAGE");
+        unsetenv("LOCPATH");
+    }
+    Language(const Language&) = delete;
+    Language& operator=(const Language&) = delete;
+};
+
+// The characters of a text that no installed font has.
+int count_missing_characters(GtkWidget* widget, const std::string& text) {
+    auto* layout = gtk_widget_create_pango_layout(widget, text.c_str());
+    const int count = pango_layout_get_unknown_glyphs_count(layout);
+    g_object_unref(layout);
+    return count;
+}
+
+std::string text_in(GtkWidget* box) {
+    auto* buffer = gtk_text_view_get_buffer(GTK_TEXT_VIEW(find_in_box(box, "textview1")));
+    GtkTextIter start;
+    GtkTextIter end;
+    gtk_text_buffer_get_bounds(buffer, &start, &end);
+    char* text = gtk_text_buffer_get_text(buffer, &start, &end, FALSE);
+    std::string copy = text;
+    g_free(text);
+    return copy;
+}
+
+void expect_no_missing_characters(GtkWidget* box) {
+    EXPECT_EQ(count_missing_characters(box, text_in(box)), 0);
+    for (auto* button : list_buttons(box)) {
+        EXPECT_EQ(count_missing_characters(box, gtk_button_get_label(button)), 0);
+    }
+}
+
 class BoxFit : public ShellTest {
 protected:
     static void set_look(const Look& look) {
@@ -129,14 +184,15 @@ protected:
         run_main_loop_until_idle();
     }
 
-    static void expect_fit(int code) {
-        auto error = make_error("printer", "job");
+    static void expect_fit(int code, const std::string& severity = "3") {
+        auto error = make_error("printer", "job", severity);
         error.error_code = std::to_string(code);
         report_and_tick({error});
         auto* box = presented_box("printer:::job");
         EXPECT_TRUE(run_main_loop_until([box] { return is_at_rest(box); }))
             << "the box is not decorated, or its scroll bar is not what its text needs";
         expect_readable(box);
+        expect_no_missing_characters(box);
         gtk_widget_destroy(box);
         run_main_loop_until_idle();
     }
@@ -230,6 +286,24 @@ TEST_F(BoxFit, a_translation_longer_by_two_fifths_fits_without_scrolling) {
     for (const auto& entry : build_printer_error_code_mapping()) {
         EXPECT_TRUE(shows_everything(entry.printer_error_code))
             << "code " << entry.printer_error_code;
+    }
+}
+
+class LanguageFit : public BoxFit {};
+
+TEST_F(LanguageFit, every_mapped_text_is_readable) {
+    const char* name = std::getenv("ZOR_LANGUAGE");
+    ASSERT_NE(name, nullptr) << "which language?";
+    set_look({1, "Adwaita"});
+    const auto english = get_message_text(1110);
+    const Language language(name);
+    ASSERT_NE(get_message_text(1110), english) << "there is no translation into " << name;
+    // Retry and Cancel, OK and Cancel, OK alone.
+    const std::vector<std::string> severities{"3", "4", "1"};
+    std::size_t count = 0;
+    for (const auto& entry : build_printer_error_code_mapping()) {
+        SCOPED_TRACE("code " + std::to_string(entry.printer_error_code) + " in " + name);
+        expect_fit(entry.printer_error_code, severities[count++ % severities.size()]);
     }
 }
 

@@ -5,10 +5,19 @@ target_link_libraries(box_fit_test PRIVATE zor_card_printer_shell X11 ${CMAKE_DL
 foreach(function openlog syslog __syslog_chk g_usleep gtk_window_close)
     target_link_options(box_fit_test PRIVATE -Wl,--wrap=${function})
 endforeach()
-target_compile_definitions(box_fit_test PRIVATE ZOR_DATA_DIRECTORY="${PROJECT_SOURCE_DIR}/Data")
+target_compile_definitions(box_fit_test PRIVATE ZOR_DATA_DIRECTORY="${PROJECT_SOURCE_DIR}/Data"
+                                                ZOR_LOCALE_DIRECTORY="${zor_locale_dir}")
+add_dependencies(box_fit_test translations)
 foreach(screen 800x600 1024x768 1366x768 1920x1080 3840x2160)
     add_test(NAME box_fit_test_${screen}
              COMMAND ${ZOR_TEST_SANDBOX} --display ${CMAKE_CROSSCOMPILING_EMULATOR}
-                     $<TARGET_FILE:box_fit_test>)
+                     $<TARGET_FILE:box_fit_test> --gtest_filter=-LanguageFit.*)
     set_tests_properties(box_fit_test_${screen} PROPERTIES ENVIRONMENT ZOR_SCREEN=${screen})
+endforeach()
+foreach(language ${zor_languages})
+    add_test(NAME box_fit_test_${language}
+             COMMAND ${ZOR_TEST_SANDBOX} --display ${CMAKE_CROSSCOMPILING_EMULATOR}
+                     $<TARGET_FILE:box_fit_test> --gtest_filter=LanguageFit.*)
+    set_tests_properties(box_fit_test_${language} PROPERTIES
+        ENVIRONMENT "ZOR_SCREEN=1024x768;ZOR_LANGUAGE=${language}")
 endforeach()

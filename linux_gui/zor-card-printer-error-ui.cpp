@@ -25,6 +25,7 @@
 #include <gdk/gdkx.h>
 #include <gtk/gtk.h>
 
+#include "box_keyboard.h"
 #include "gui_logger.h"
 #include "press_watch.h"
 #include "status_delivery.h"
@@ -606,6 +607,7 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error) {
     gtk_window_set_keep_above(GTK_WINDOW(win), TRUE);
     guard_error_box(win);
     watch_presses(win, get_widget(builder, "buttonbox1"));
+    guard_box_from_typing(win);
     fit_text_area(win, get_widget(builder, "textview1"), display_text);
     size_and_show_error_box(win);
     GUI_LOG(NORMAL, "end");

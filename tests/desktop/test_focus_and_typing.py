@@ -79,6 +79,9 @@ def turn_by_mouse(desktop, box):
 
 
 def turn_by_alt_tab(desktop, box):
+    # A person looks first. The focus that a switch of windows brings looks like one that the window
+    # manager gives by itself, so within a blink of the box's appearing it is taken for that.
+    desktop.settle(6)
     desktop.person.switch_window()
 
 

@@ -1,0 +1,9 @@
+// Keeps keys that somebody types elsewhere from answering a box that a desktop gave the focus to.
+#pragma once
+
+#include <gtk/gtk.h>
+
+// Watches a box until it is destroyed, so that keys reach it only when they are meant for it (see
+// typing_guard.h). To be called once, before the box is shown, on the GTK main thread. Answers of
+// assistive tools are no keys and always count.
+void guard_box_from_typing(GtkWidget* box);

@@ -1,0 +1,249 @@
+// What the guard of the keyboard does with a real window: which keys reach it, and when its times
+// begin and end. Focus and keys are made up, as a desktop would send them; the window is on a real
+// X server with a window manager that gives it no focus by itself.
+
+#include "box_keyboard.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+
+// Behind GoogleTest, which uses the names of its macros.
+#include <gdk/gdkx.h>
+#undef Bool
+#undef None
+#undef Status
+
+#include "test_support.h"
+#include "typing_guard.h"
+
+namespace {
+
+struct EventDeleter {
+    void operator()(GdkEvent* event) const { gdk_event_free(event); }
+};
+using Event = std::unique_ptr<GdkEvent, EventDeleter>;
+
+void run_main_loop_until(const std::function<bool()>& condition) {
+    EXPECT_TRUE(wait_until([&condition] {
+        while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+        }
+        return condition();
+    }));
+}
+
+// Runs the main loop for so long.
+void let_pass(unsigned milliseconds) {
+    const auto end = g_get_monotonic_time() + gint64{milliseconds} * 1000;
+    run_main_loop_until([end] { return g_get_monotonic_time() >= end; });
+}
+
+class BoxKeyboardTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_TRUE(gtk_init_check(nullptr, nullptr)); }
+
+    void SetUp() override {
+        m_box = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+        gtk_window_set_focus_on_map(GTK_WINDOW(m_box), FALSE);
+        m_button = gtk_button_new_with_label("Retry");
+        gtk_container_add(GTK_CONTAINER(m_box), m_button);
+        g_signal_connect(m_button, "clicked", G_CALLBACK(+[](GtkButton*, gpointer count) {
+                             ++*static_cast<int*>(count);
+                         }),
+                         &m_clicks);
+        g_signal_connect(m_box, "map-event",
+                         G_CALLBACK(+[](GtkWidget*, GdkEvent*, gpointer is_mapped) -> gboolean {
+                             *static_cast<bool*>(is_mapped) = true;
+                             return GDK_EVENT_PROPAGATE;
+                         }),
+                         &m_is_mapped);
+        guard_box_from_typing(m_box);
+    }
+
+    void TearDown() override { gtk_widget_destroy(m_box); }
+
+    void show() {
+        gtk_widget_show_all(m_box);
+        run_main_loop_until([this] { return m_is_mapped; });
+    }
+
+    void show_and_grow_old() {
+        show();
+        let_pass(NEW_BOX_MILLISECONDS + 200);
+    }
+
+    void focus(bool has_focus) {
+        const Event event(gdk_event_new(GDK_FOCUS_CHANGE));
+        event->focus_change.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(m_box)));
+        event->focus_change.in = has_focus ? 1 : 0;
+        gtk_widget_event(m_box, event.get());
+    }
+
+    // Presses and releases a key on the button, at a time by the desktop's clock. Whether the
+    // button was pressed by that.
+    bool answers(guint32 time = GDK_CURRENT_TIME) {
+        const int before = m_clicks;
+        for (const auto type : {GDK_KEY_PRESS, GDK_KEY_RELEASE}) {
+            const Event event(gdk_event_new(type));
+            event->key.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(m_box)));
+            event->key.keyval = GDK_KEY_space;
+            event->key.time = time;
+            GdkKeymapKey* keys = nullptr;
+            gint count = 0;
+            auto* display = gtk_widget_get_display(m_box);
+            gdk_keymap_get_entries_for_keyval(gdk_keymap_get_for_display(display), GDK_KEY_space,
+                                              &keys, &count);
+            event->key.hardware_keycode = count > 0 ? static_cast<guint16>(keys[0].keycode) : 0;
+            g_free(keys);
+            gdk_event_set_device(event.get(),
+                                 gdk_seat_get_keyboard(gdk_display_get_default_seat(display)));
+            gtk_widget_event(m_box, event.get());
+        }
+        return m_clicks > before;
+    }
+
+    // As a task bar asks the window manager for a window.
+    void request_activation() {
+        auto* window = gtk_widget_get_window(m_box);
+        auto* display = gdk_x11_display_get_xdisplay(gdk_window_get_display(window));
+        XEvent event{};
+        event.xclient.type = ClientMessage;
+        event.xclient.window = gdk_x11_window_get_xid(window);
+        event.xclient.message_type = gdk_x11_get_xatom_by_name("_NET_ACTIVE_WINDOW");
+        event.xclient.format = 32;
+        XSendEvent(display, DefaultRootWindow(display), 0,
+                   SubstructureNotifyMask | SubstructureRedirectMask, &event);
+        XSync(display, 0);
+    }
+
+    static bool hears_root_window() {
+        auto* display = gdk_x11_display_get_xdisplay(gdk_display_get_default());
+        XWindowAttributes attributes;
+        XGetWindowAttributes(display, DefaultRootWindow(display), &attributes);
+        return (attributes.your_event_mask & SubstructureNotifyMask) != 0;
+    }
+
+    GtkWidget* m_box = nullptr;
+    GtkWidget* m_button = nullptr;
+    int m_clicks = 0;
+    bool m_is_mapped = false;
+};
+
+TEST_F(BoxKeyboardTest, takes_keys_at_once_when_somebody_turns_to_an_old_box) {
+    show_and_grow_old();
+    focus(true);
+    EXPECT_TRUE(answers());
+}
+
+TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_came_with_the_box) {
+    show();
+    focus(true);
+    EXPECT_FALSE(answers());
+    let_pass(NEW_BOX_MILLISECONDS + 200); // and goes on so when the box has grown old
+    EXPECT_FALSE(answers());
+}
+
+TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_comes_before_the_box_can_be_seen) {
+    gtk_widget_realize(m_box);
+    focus(true);
+    show();
+    EXPECT_FALSE(answers());
+}
+
+TEST_F(BoxKeyboardTest, takes_keys_after_a_pause_that_every_key_begins_anew) {
+    show();
+    focus(true);
+    for (int i = 0; i < 4; ++i) {
+        let_pass(PAUSE_MILLISECONDS * 6 / 10);
+        EXPECT_FALSE(answers());
+    }
+    let_pass(PAUSE_MILLISECONDS + 100);
+    EXPECT_TRUE(answers());
+}
+
+TEST_F(BoxKeyboardTest, counts_no_pause_while_another_window_has_the_focus) {
+    show();
+    focus(true);
+    focus(false);
+    let_pass(PAUSE_MILLISECONDS + 100);
+    focus(true);
+    EXPECT_FALSE(answers());
+}
+
+TEST_F(BoxKeyboardTest, handles_keys_that_waited_before_it_takes_the_time_for_a_pause) {
+    show();
+    focus(true);
+    // A key that is already there when the program comes back to its work after a long halt.
+    bool has_answered = true;
+    g_idle_add_full(
+        G_PRIORITY_DEFAULT,
+        [](gpointer raw) -> gboolean {
+            (*static_cast<std::function<void()>*>(raw))();
+            return G_SOURCE_REMOVE;
+        },
+        new std::function<void()>([this, &has_answered] { has_answered = answers(); }),
+        [](gpointer raw) {
+            const std::unique_ptr<std::function<void()>> owner(
+                static_cast<std::function<void()>*>(raw));
+        });
+    g_usleep((PAUSE_MILLISECONDS + 100) * 1000UL);
+    run_main_loop_until([] { return true; });
+    EXPECT_FALSE(has_answered);
+}
+
+TEST_F(BoxKeyboardTest, takes_no_keys_that_were_pressed_before_a_pause_and_came_after_it) {
+    show();
+    focus(true);
+    EXPECT_FALSE(answers(1000));
+    let_pass(PAUSE_MILLISECONDS + 100);
+    EXPECT_FALSE(answers(1000 + PAUSE_MILLISECONDS - 1));
+    let_pass(PAUSE_MILLISECONDS + 100);
+    EXPECT_TRUE(answers(1000 + 2 * PAUSE_MILLISECONDS));
+}
+
+TEST_F(BoxKeyboardTest, takes_keys_at_once_when_the_window_manager_was_asked_for_the_box) {
+    show();
+    focus(true);
+    EXPECT_FALSE(answers());
+    const auto begin = g_get_monotonic_time();
+    request_activation();
+    run_main_loop_until([] { return !hears_root_window(); });
+    EXPECT_LT(g_get_monotonic_time() - begin, gint64{PAUSE_MILLISECONDS} * 1000 / 2);
+    EXPECT_TRUE(answers());
+}
+
+TEST_F(BoxKeyboardTest, takes_keys_after_a_press_of_the_mouse_in_it) {
+    show();
+    focus(true);
+    EXPECT_FALSE(answers());
+    const Event event(gdk_event_new(GDK_BUTTON_PRESS));
+    event->button.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(m_box)));
+    event->button.button = 3; // any
+    gdk_event_set_device(event.get(), gdk_seat_get_pointer(gdk_display_get_default_seat(
+                                          gtk_widget_get_display(m_box))));
+    gtk_main_do_event(event.get());
+    EXPECT_TRUE(answers());
+}
+
+TEST_F(BoxKeyboardTest, listens_for_requests_only_while_they_matter) {
+    EXPECT_FALSE(hears_root_window());
+    show();
+    EXPECT_TRUE(hears_root_window());
+    let_pass(NEW_BOX_MILLISECONDS + 200);
+    EXPECT_FALSE(hears_root_window());
+}
+
+TEST_F(BoxKeyboardTest, ends_with_its_box) {
+    auto* other = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    guard_box_from_typing(other);
+    gtk_widget_show(other);
+    run_main_loop_until([] { return hears_root_window(); });
+    gtk_widget_destroy(other);
+    EXPECT_FALSE(hears_root_window());
+    let_pass(NEW_BOX_MILLISECONDS + 200); // no timer finds it
+}
+
+} // namespace

@@ -22,10 +22,10 @@
 #include <utility>
 #include <vector>
 
-#include <gdk/gdkx.h>
 #include <gtk/gtk.h>
 
 #include "box_keyboard.h"
+#include "display_link.h"
 #include "gui_logger.h"
 #include "press_watch.h"
 #include "status_delivery.h"
@@ -153,7 +153,6 @@ int run_as_gui(const char* program_path, bool show_main_window, bool valgrind_mo
                int valgrind_num_boxes, const std::string& simulate_error, bool no_fork);
 
 void initialize(GtkApplication* app, gpointer user_data);
-int end_without_display(Display* display);
 void printer_io_thread_proc(std::shared_ptr<std::mutex> clearing_error_queue_mutex,
                             std::shared_ptr<std::vector<ZORPrinterError>> error_clearing_queue);
 std::optional<std::shared_ptr<const ZORPrinterStatus>> begin_status_exchange();
@@ -294,6 +293,8 @@ int run_as_gui(const char* program_path, bool show_main_window, bool valgrind_mo
         }
         setsid();
     }
+    prefer_x11();
+    end_clearly_without_display();
     GtkReleaser app_releaser;
     auto* app = app_releaser.set(gtk_application_new("tamarix.error.ui", G_APPLICATION_FLAGS_NONE));
     {
@@ -323,7 +324,7 @@ void initialize(GtkApplication* app, gpointer /*user_data*/) {
         GUI_LOG(NORMAL, "end; already active");
         return;
     }
-    XSetIOErrorHandler(end_without_display);
+    end_clearly_without_x_server();
     GtkReleaser main_window_releaser;
     auto* main_window = main_window_releaser.set(gtk_application_window_new(app));
     gtk_window_set_title(GTK_WINDOW(main_window),
@@ -351,13 +352,6 @@ void initialize(GtkApplication* app, gpointer /*user_data*/) {
     start_timer_tick();
     main_window_releaser.forget(); // the application keeps it
     GUI_LOG(NORMAL, "end");
-}
-
-// GTK ends the process without a word when the X server goes. Takes no lock: the tick may hold it.
-int end_without_display(Display* /*display*/) {
-    GUI_LOG(NORMAL, "terminating: lost the connection to the X server");
-    std::cerr << "zor-card-printer-error-ui: lost the connection to the X server\n";
-    _exit(1);
 }
 
 // ---- The printer I/O thread ---------------------------------------------------------------------

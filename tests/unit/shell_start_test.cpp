@@ -34,6 +34,16 @@ pid_t __real_fork();
 pid_t __wrap_fork();
 pid_t __wrap_setsid();
 int __wrap_g_application_run(GApplication* application, int argc, char** argv);
+void __real_g_log_set_writer_func(GLogWriterFunc function, gpointer data, GDestroyNotify notify);
+void __wrap_g_log_set_writer_func(GLogWriterFunc function, gpointer data, GDestroyNotify notify);
+
+// The test's own writer was first; GLib takes no second one.
+void __wrap_g_log_set_writer_func(GLogWriterFunc function, gpointer data, GDestroyNotify notify) {
+    static bool has_writer = false;
+    if (!std::exchange(has_writer, true)) {
+        __real_g_log_set_writer_func(function, data, notify);
+    }
+}
 
 pid_t __wrap_fork() {
     if (!Start::is_watched) {

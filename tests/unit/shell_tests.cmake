@@ -12,7 +12,7 @@ function(zor_add_shell_test name)
         TIMEOUT 300)
 endfunction()
 
-zor_add_shell_test(shell_start_test WRAP fork setsid g_application_run)
+zor_add_shell_test(shell_start_test WRAP fork setsid g_application_run g_log_set_writer_func)
 zor_add_shell_test(shell_test WRAP connect)
 zor_add_shell_test(error_box_test
                    WRAP connect gdk_screen_width gdk_screen_height gtk_window_resize)

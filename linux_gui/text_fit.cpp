@@ -4,6 +4,8 @@
 #include <memory>
 #include <string_view>
 
+#include "monitor_area.h"
+
 namespace {
 
 template <auto release>
@@ -70,7 +72,7 @@ GtkBorder get_text_margins(GtkWidget* text_view, GtkWidget* scrolled_window) {
 // screen's height. What is higher scrolls, and ends in the middle of a line, because a whole last
 // line in sight would look like the end of the text.
 int choose_text_area_height(GtkWidget* text_view, int text_height, const GtkBorder& margins) {
-    const int limit = gdk_screen_height() * 6 / 10;
+    const int limit = get_room_for_window().height * 6 / 10;
     if (text_height <= limit) {
         return text_height;
     }
@@ -95,7 +97,7 @@ void fit_text_area(GtkWidget* window, GtkWidget* text_view, const std::string& d
     const int character_width =
         PANGO_PIXELS_CEIL(pango_font_metrics_get_approximate_char_width(metrics.get()));
     const int content_width =
-        std::min(readable_line_length * character_width, gdk_screen_width() * 7 / 10);
+        std::min(readable_line_length * character_width, get_room_for_window().width * 7 / 10);
     gtk_widget_set_size_request(scrolled_window, content_width, -1);
 
     int least_window_width = 0;

@@ -29,6 +29,7 @@
 #include "gui_logger.h"
 #include "press_watch.h"
 #include "status_delivery.h"
+#include "printer_name.h"
 #include "text_fit.h"
 #include "zor_messages.h"
 #include "zor_printer_io.h"
@@ -582,7 +583,9 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error) {
     const auto display_text = find_display_text(parse_text_easy<int>(e.error_code));
     GUI_LOG(NORMAL, "setting display_text=" << display_text);
     show_display_text(builder, display_text);
-    gtk_window_set_title(GTK_WINDOW(win), make_valid_utf8(e.printer_name).c_str());
+    const auto printer_name = make_valid_utf8(e.printer_name);
+    gtk_window_set_title(GTK_WINDOW(win), printer_name.c_str());
+    show_printer_name_without_title_bar(win, printer_name);
 
     const auto data_dir = locate_gui_data_dir(global_gui_state.program_path);
     const std::string plain_icon_name = severity > 3 ? "caution.png" : "stop.png";
@@ -599,6 +602,8 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error) {
     describe_icon(GTK_WIDGET(icon_image), display_text);
     gtk_window_set_deletable(GTK_WINDOW(win), FALSE);
     gtk_window_set_keep_above(GTK_WINDOW(win), TRUE);
+    gtk_window_set_type_hint(GTK_WINDOW(win), GDK_WINDOW_TYPE_HINT_DIALOG); // floats among tiles
+    gtk_window_stick(GTK_WINDOW(win)); // whichever workspace the person is at
     guard_error_box(win);
     watch_presses(win, get_widget(builder, "buttonbox1"));
     guard_box_from_typing(win);

@@ -1,0 +1,108 @@
+// When a box names its printer itself. The window manager is a real one; it puts a title bar around
+// a window that lets it.
+
+#include "printer_name.h"
+
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+
+#include "test_support.h"
+
+namespace {
+
+void run_main_loop_until(const std::function<bool()>& condition) {
+    EXPECT_TRUE(wait_until([&condition] {
+        while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+        }
+        return condition();
+    }));
+}
+
+class PrinterNameTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_TRUE(gtk_init_check(nullptr, nullptr)); }
+
+    void SetUp() override {
+        m_box = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+        m_column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+        gtk_container_add(GTK_CONTAINER(m_column), gtk_button_new());
+        gtk_container_add(GTK_CONTAINER(m_box), m_column);
+    }
+
+    void TearDown() override { gtk_widget_destroy(m_box); }
+
+    // Shows the box and waits until the window manager has long had its chance.
+    void show(const std::string& name) {
+        show_printer_name_without_title_bar(m_box, name);
+        gtk_widget_show_all(m_box);
+        const auto end = g_get_monotonic_time() + 600 * 1000;
+        run_main_loop_until([end] { return g_get_monotonic_time() > end; });
+    }
+
+    // The text of the first part of the box, when it is a line of text in sight.
+    std::string first_line() const {
+        auto* children = gtk_container_get_children(GTK_CONTAINER(m_column));
+        auto* first = GTK_WIDGET(children->data);
+        g_list_free(children);
+        return GTK_IS_LABEL(first) && gtk_widget_get_mapped(first) != 0
+                   ? gtk_label_get_text(GTK_LABEL(first))
+                   : "";
+    }
+
+    GtkWidget* m_box = nullptr;
+    GtkWidget* m_column = nullptr;
+};
+
+TEST_F(PrinterNameTest, is_left_to_the_title_bar_of_the_window_manager) {
+    show("Front desk");
+    EXPECT_EQ(first_line(), "");
+}
+
+TEST_F(PrinterNameTest, is_left_to_a_title_bar_that_gtk_draws) {
+    gtk_window_set_titlebar(GTK_WINDOW(m_box), gtk_header_bar_new());
+    show("Front desk");
+    EXPECT_EQ(first_line(), "");
+}
+
+TEST_F(PrinterNameTest, is_in_the_box_where_there_is_no_title_bar) {
+    gtk_window_set_decorated(GTK_WINDOW(m_box), FALSE);
+    show("Front <b>desk</b> & more");
+    EXPECT_EQ(first_line(), "Front <b>desk</b> & more");
+}
+
+TEST_F(PrinterNameTest, makes_the_box_no_wider) {
+    gtk_window_set_decorated(GTK_WINDOW(m_box), FALSE);
+    gtk_window_set_default_size(GTK_WINDOW(m_box), 300, 100);
+    show(std::string(5000, 'x'));
+    int width = 0;
+    gtk_window_get_size(GTK_WINDOW(m_box), &width, nullptr);
+    EXPECT_EQ(width, 300);
+}
+
+TEST_F(PrinterNameTest, takes_no_line_when_it_is_empty) {
+    gtk_window_set_decorated(GTK_WINDOW(m_box), FALSE);
+    show("");
+    EXPECT_EQ(first_line(), "");
+}
+
+TEST_F(PrinterNameTest, is_not_looked_for_in_a_box_that_is_gone) {
+    auto* other = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    gtk_container_add(GTK_CONTAINER(other), gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
+    show_printer_name_without_title_bar(other, "Back office");
+    bool is_mapped = false;
+    g_signal_connect(other, "map-event",
+                     G_CALLBACK(+[](GtkWidget*, GdkEvent*, gpointer mapped) -> gboolean {
+                         *static_cast<bool*>(mapped) = true;
+                         return GDK_EVENT_PROPAGATE;
+                     }),
+                     &is_mapped);
+    gtk_widget_show_all(other);
+    run_main_loop_until([&is_mapped] { return is_mapped; });
+    gtk_widget_destroy(other);
+    show("Front desk"); // its time comes meanwhile
+}
+
+} // namespace

@@ -20,6 +20,7 @@ string(REGEX REPLACE "([\"`$])" "\\\\\\\\\\1" entry_command "${command}")
 string(REPLACE "%" "%%" entry_command "\"${entry_command}\"")
 
 foreach(file ${name}.sh ${name}.service)
+foreach(file ${name}.sh ${name}.service ${name}.desktop ${name}.windows.desktop)
     configure_file(${CMAKE_CURRENT_LIST_DIR}/${file}.in ${scratch_dir}/${file} @ONLY)
 endforeach()
 foreach(file ${name}.desktop)
@@ -30,6 +31,9 @@ file(INSTALL ${scratch_dir}/${name}.sh DESTINATION ${bin_dir} RENAME ${name}
      PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
                  WORLD_READ WORLD_EXECUTE)
 file(INSTALL ${scratch_dir}/${name}.desktop DESTINATION ${config_dir}/xdg/autostart)
+file(INSTALL ${scratch_dir}/${name}.windows.desktop
+     DESTINATION ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATAROOTDIR}/applications
+     RENAME ${name}.desktop)
 # systemd looks here below /usr and /usr/local, whatever the directory for libraries is called.
 file(INSTALL ${scratch_dir}/${name}.service
      DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/systemd/user)

@@ -58,7 +58,8 @@ def test_modes_let_everybody_use_and_nobody_change(staged):
 
 
 @pytest.mark.parametrize("file", [
-    f"usr/bin/{NAME}", f"usr/lib/systemd/user/{NAME}.service", f"etc/xdg/autostart/{NAME}.desktop"])
+    f"usr/bin/{NAME}", f"usr/lib/systemd/user/{NAME}.service", f"etc/xdg/autostart/{NAME}.desktop",
+    f"usr/share/applications/{NAME}.desktop"])
 def test_paths_in_a_staged_file_are_those_of_the_final_place(staged, file):
     text = (staged / file).read_text()
     assert str(staged) not in text
@@ -123,6 +124,20 @@ def test_autostart_entry_is_valid(prefix):
     assert keys["Exec"] == f'"{keys["TryExec"]}" --no-fork'
     # Where systemd starts the session's programs, the unit does it.
     assert keys["X-systemd-skip"] == keys["X-GNOME-HiddenUnderSystemd"] == "true"
+
+
+def test_windows_find_their_name_and_icon(prefix):
+    entry = prefix / "share/applications" / f"{NAME}.desktop"
+    assert run("desktop-file-validate", entry) == ""
+    parsed = configparser.ConfigParser(interpolation=None)
+    parsed.optionxform = str
+    parsed.read(entry)
+    keys = parsed["Desktop Entry"]
+    # As GTK calls the window's program on Wayland, and in the first part of its class on X11.
+    assert keys["StartupWMClass"] == entry.stem == NAME
+    assert keys["Name"] == "Card Printer Errors"
+    assert (prefix / "share/icons/hicolor/scalable/apps" / f"{keys['Icon']}.svg").exists()
+    assert keys["NoDisplay"] == "true" and os.access(keys["TryExec"], os.X_OK)
 
 
 def test_metainfo_is_valid_and_names_what_is_installed(prefix):

@@ -2,7 +2,8 @@
 
 import pytest
 
-from harness.desktop import Desktop, Settings
+from harness.compositor import make_desktop
+from harness.desktop import Settings
 from harness.waiting import DEADLINE_SCALE
 
 LIMIT = 120  # seconds for one test, before scaling
@@ -28,7 +29,7 @@ def start_desktop(request):
 
     def start(**settings):
         name = request.node.nodeid.rpartition("/")[2]
-        desktops.append(Desktop(Settings(**settings), name))
+        desktops.append(make_desktop(Settings(**settings), name))
         return desktops[-1]
 
     yield start

@@ -14,6 +14,7 @@ from .system_log import SystemLog
 from .waiting import wait_until
 
 WINDOW_MANAGERS = ("openbox", "metacity", "xfwm4")
+COMMANDS = {"i3": ["i3", "-c", "/dev/null"]}  # with the settings that it has by itself
 STANDARD_DPI = 96
 HANDLED = "handling updated status"  # the program's line for each status that reached its boxes
 
@@ -28,6 +29,9 @@ class Settings:
     log_level: int | None = 2     # None: no configuration file
     service: bool = True          # whether the printer service runs from the start
     replaced: dict | None = None  # see Sandbox
+    compositor: str | None = None  # a Wayland compositor; see compositor.py
+    monitors: tuple = ("800x600",)  # of mutter, which has no screen; small ones are soon drawn
+    native: bool = False          # whether programs keep off the X server beside it
 
 
 class Desktop:
@@ -68,7 +72,8 @@ class Desktop:
         self.person.connect(self.display, self.sandbox.environment["DBUS_SESSION_BUS_ADDRESS"])
         self.person.set_dots_per_inch(int(STANDARD_DPI * settings.text_scale))
         if settings.window_manager:
-            self.window_manager = self.sandbox.start([settings.window_manager])
+            self.window_manager = self.sandbox.start(
+                COMMANDS.get(settings.window_manager, [settings.window_manager]))
             wait_until(self.person.window_manager, "the window manager")
 
     def _first_line(self, process):
@@ -125,6 +130,24 @@ class Desktop:
         """
         self.service.wait_for_replies(rounds)
         self.log.wait_for(HANDLED, rounds, since=self.log.count())
+
+    # ---- What the tests of all desktops share -----------------------------------------------------
+
+    def press(self, *keys):
+        self.person.press(*keys)
+
+    def type_text(self, text, pace):
+        self.person.type_text(text, pace)
+
+    def boxes(self):
+        """The message boxes as the screen reader has them."""
+        process = self.programs[-1].pid
+        return [root for root in self.person.accessible_windows(process) if root.role == "alert"]
+
+    def focused(self):
+        """What of the boxes has the keyboard: (title, name or role) of each."""
+        return [(box.name, part.name or part.role) for box in self.boxes()
+                if "active" in box.states for part in box.all() if "focused" in part.states]
 
     # ---- Evidence -------------------------------------------------------------------------------
 

@@ -204,6 +204,10 @@ class Person:
         """The id of the program's window that shows a point of the screen; 0 for none."""
         return self._ask("window_at", x=x, y=y)
 
+    def any_window_at(self, x, y):
+        """Whether any window, managed or not, covers the point."""
+        return self._ask("any_window_at", x=x, y=y)
+
     def active_window(self):
         return self._ask("active_window")
 
@@ -283,8 +287,9 @@ class Person:
         finally:
             self._ask("let_go_of_key", key="Alt_L")
 
-    def type_text(self, text):
-        self._ask("type_text", text=text)
+    def type_text(self, text, pace=0):
+        """Types a text, one letter after so many seconds."""
+        self._ask("type_text", text=text, pace=pace)
 
     def turn_to(self, window, deadline=10.0):
         """Turns to a window through the task bar, and waits until it has the keyboard."""

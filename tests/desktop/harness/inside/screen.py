@@ -205,6 +205,15 @@ class Screen:
                 number = window["id"]
         return number
 
+    def any_window_at(self, x, y):
+        """Whether any window, managed or not, covers the point."""
+        for window in self.root.query_tree().children:
+            left, top, width, height = self._extents(window)
+            if (self._is_viewable(window) and left <= x < left + width
+                    and top <= y < top + height):
+                return True
+        return False
+
     # ---- Mouse and keyboard ---------------------------------------------------------------------
 
     def move_pointer(self, x, y):
@@ -262,11 +271,12 @@ class Screen:
         Xlib.ext.xtest.fake_input(self.display, Xlib.X.KeyRelease, self._key_code(key))
         self.display.sync()
 
-    def type_text(self, text):
-        """Types letters, digits, blanks and line feeds."""
+    def type_text(self, text, pace=0):
+        """Types letters, digits, blanks, tabs and line feeds, one after so many seconds."""
         for character in text:
-            key = {" ": "space", "\n": "Return"}.get(character, character)
-            self.press_keys(["Shift_L", key.lower()] if key.isupper() else [key])
+            key = {" ": "space", "\n": "Return", "\t": "Tab"}.get(character, character)
+            self.press_keys(["Shift_L", key.lower()] if character.isupper() else [key])
+            time.sleep(pace)
 
     def _key_code(self, name):
         code = self.display.keysym_to_keycode(Xlib.XK.string_to_keysym(name))

@@ -1,0 +1,190 @@
+"""The desktops that people have besides the usual one: nobody who types answers a box on any.
+
+What a box can promise there is not the same everywhere (docs/administrator.md has the table). Mutter,
+which needs neither a screen nor a session, belongs to every run; the others take longer.
+"""
+
+import pytest
+
+from harness.compositor import TypedAtEditor
+from harness.person import Rectangle
+from harness.service import RETRY, command_document
+from harness.waiting import wait_until
+
+PACE = 0.04  # seconds for a letter
+FIRST_WORDS = "dear ann\nyes  no"
+# With all that answers a box that has the keyboard: a Tab and a blank, say.
+LETTER = "\ni am well and so are we all\n\ta b c\n\t\td e f \n\tg h i j k l m\n\nyours ed"
+CENTER = 960, 540  # of the screen, where a box that floats stands
+LONG_PAUSE = 14  # statuses, of which there are ten in a second
+
+slow = pytest.mark.slow
+
+# Where the box takes nothing from who types: the desktop does what the box asks for.
+POLITE = [
+    pytest.param({"compositor": "mutter"}, id="mutter"),
+    pytest.param({"compositor": "kwin"}, id="kwin", marks=slow),
+    pytest.param({"window_manager": "i3"}, id="i3", marks=slow),
+]
+# Where the desktop gives it the keyboard all the same.
+PUSHING = [
+    pytest.param({"compositor": "mutter", "native": True}, id="mutter-native"),
+    *(pytest.param({"compositor": name, "native": native}, id=name + "-native" * native,
+                   marks=slow)
+      for name, native in (("kwin", True), ("sway", False), ("sway", True), ("weston", False),
+                           ("weston", True), ("cage", True))),
+    pytest.param({"window_manager": "awesome"}, id="awesome", marks=slow),
+    pytest.param({"window_manager": "dwm"}, id="dwm", marks=slow),
+]
+# How a person asks each for the end of the window that has the keyboard.
+CLOSING = [
+    pytest.param({"compositor": "kwin"}, ("Alt_L", "F4"), id="kwin"),
+    pytest.param({"compositor": "kwin", "native": True}, ("Alt_L", "F4"), id="kwin-native"),
+    pytest.param({"compositor": "sway"}, "swaymsg kill", id="sway"),
+    pytest.param({"compositor": "sway", "native": True}, "swaymsg kill", id="sway-native"),
+    pytest.param({"window_manager": "i3"}, "i3-msg kill", id="i3"),
+    pytest.param({"window_manager": "awesome"}, ("Super_L", "Shift_L", "c"), id="awesome"),
+    pytest.param({"window_manager": "dwm"}, ("Alt_L", "Shift_L", "c"), id="dwm"),
+]
+
+
+def type_while_a_box_appears(desktop):
+    """Types a letter to the end, while an error is reported; returns how many keys were lost."""
+    desktop.start_polling_program()
+    # What a compositor draws for the first time takes it long.
+    desktop.service.report("Back office", code=111)
+    wait_until(desktop.boxes, "the first box")
+    desktop.service.withdraw("Back office")
+    wait_until(lambda: not desktop.boxes(), "its end")
+    editor = TypedAtEditor(desktop)
+    desktop.type_text(FIRST_WORDS, PACE)
+    desktop.service.report("Front desk")
+    desktop.type_text(LETTER, PACE)
+    wait_until(desktop.boxes, "a box")
+    desktop.settle()
+    desktop.take_screenshot()
+    return len(FIRST_WORDS + LETTER) - len(editor.new_text())
+
+
+@pytest.mark.parametrize("settings", POLITE)
+def test_all_letters_arrive_and_answer_nothing(start_desktop, settings):
+    desktop = start_desktop(**usual(settings))
+    lost = type_while_a_box_appears(desktop)
+    assert (lost, desktop.service.commands()) == (0, [])
+
+
+@pytest.mark.parametrize("settings", PUSHING)
+def test_letters_that_a_box_gets_answer_nothing(start_desktop, settings):
+    desktop = start_desktop(**usual(settings))
+    lost = type_while_a_box_appears(desktop)
+    print(f"after {len(FIRST_WORDS + LETTER)} keys: {lost} lost")
+    assert desktop.service.commands() == []
+    assert lost > 10  # else this is no test of it
+    # Who stops, looks up and presses a button means it.
+    desktop.settle(LONG_PAUSE)
+    answer_by_keyboard(desktop, "Front desk")
+    assert desktop.service.wait_for_commands() == [command_document("Front desk", RETRY)]
+
+
+def usual(settings):
+    return {"window_manager": None} | settings
+
+
+def answer_by_keyboard(desktop, title):
+    wait_until(lambda: (title, "text") in desktop.focused(), lambda: f"{desktop.focused()}")
+    desktop.press("Tab")
+    wait_until(lambda: (title, "Retry") in desktop.focused(), lambda: f"{desktop.focused()}")
+    desktop.press("space")
+
+
+@slow
+def test_a_kiosk_shows_whose_box_it_is_and_has_all_answered(start_desktop):
+    desktop = start_desktop(compositor="cage", native=True, window_manager=None)
+    desktop.start_polling_program()
+    names = [f"Printer {number}" for number in range(1, 6)]
+    for name in names:
+        desktop.service.report(name)
+        wait_until(lambda seen=name: seen in [box.name for box in desktop.boxes()], name)
+    for name in reversed(names):
+        wait_until(lambda seen=name: (seen, "text") in desktop.focused(), f"{name} on the screen")
+        (box,) = [box for box in desktop.boxes() if box.name == name]
+        assert name in [label.name for label in box.all("label") if "showing" in label.states]
+        desktop.settle(LONG_PAUSE)
+        desktop.take_screenshot()
+        answer_by_keyboard(desktop, name)
+        wait_until(lambda gone=name: gone not in [box.name for box in desktop.boxes()], "its end")
+    assert desktop.service.wait_for_commands(5) == [
+        command_document(name, RETRY) for name in reversed(names)]
+
+
+@slow
+@pytest.mark.parametrize("settings, way", CLOSING)
+def test_a_request_to_close_leaves_the_box_open(start_desktop, settings, way):
+    desktop = start_desktop(**usual(settings))
+    desktop.start_polling_program()
+    desktop.service.report("Front desk")
+    wait_until(desktop.boxes, "a box")
+    if settings in ({"compositor": "kwin"}, {"window_manager": "i3"}):
+        desktop.person.click_at(*CENTER)  # these give it the keyboard only when they are asked to
+    wait_until(desktop.focused, "the keyboard in the box")
+    if isinstance(way, str):
+        environment = {}
+        for variable, pattern in (("SWAYSOCK", "sway-ipc.*"), ("I3SOCK", "i3/ipc-socket.*")):
+            found = list(desktop.sandbox.runtime.glob(pattern))
+            environment |= {variable: str(found[0])} if found else {}
+        status, _, errors = desktop.sandbox.run(way.split(), environment=environment)
+        assert status == 0, errors
+    else:
+        desktop.press(*way)
+    desktop.settle(6)
+    assert [box.name for box in desktop.boxes()] == ["Front desk"]
+    desktop.service.withdraw("Front desk")
+    wait_until(lambda: not desktop.boxes(), "the end of the box")
+    assert desktop.service.commands() == []
+
+
+@pytest.mark.parametrize("compositor", ["mutter", pytest.param("sway", marks=slow),
+                                        pytest.param("weston", marks=slow),
+                                        pytest.param("kwin", marks=slow)])
+def test_the_program_ends_with_a_message_when_the_compositor_goes(start_desktop, compositor):
+    desktop = start_desktop(compositor=compositor, native=True, window_manager=None)
+    program = desktop.start_polling_program()
+    desktop.service.report("Front desk")
+    wait_until(desktop.boxes, "a box")
+    problem = "lost the connection to the Wayland compositor"
+    program.expect_problem(problem)
+    desktop.compositor.kill()
+    assert program.wait_for_end() == 1
+    desktop.log.wait_for(f"terminating: {problem}")
+    assert program.stderr().count(problem) == 1
+
+
+def test_without_the_x_server_of_its_desktop_the_program_runs_natively(start_desktop):
+    desktop = start_desktop(compositor="mutter", window_manager=None)
+    desktop.start_polling_program(environment={"DISPLAY": ":77"})
+    desktop.service.report("Front desk")
+    wait_until(desktop.boxes, "a box")
+
+
+LONGEST = 210  # the error code with the longest text
+# In a row, in the order that the desktop likes.
+MONITORS = [Rectangle(0, 0, 1920, 1080), Rectangle(1920, 0, 800, 600),
+            Rectangle(0, 0, 800, 600), Rectangle(800, 0, 1920, 1080)]
+
+
+def test_a_box_of_two_monitors_is_whole_on_one(start_desktop):
+    desktop = start_desktop(compositor="mutter", window_manager=None,
+                            monitors=("1920x1080", "800x600"))
+    desktop.start_polling_program(environment={"GDK_DPI_SCALE": "2"})
+    desktop.service.report("Front desk", code=LONGEST)
+
+    def box_at_rest():
+        boxes = desktop.boxes()
+        return boxes if boxes and boxes[0].extents.width > 1 else None
+
+    (box,) = wait_until(box_at_rest, "the box in its place")
+    assert any(monitor.contains(box.extents) for monitor in MONITORS), box.extents
+    # Up to 60 % of the lower one, whichever the box is on.
+    pane = box.all("scroll pane")[0].extents
+    assert 300 < pane.height <= 360, pane
+    assert pane.width <= box.extents.width <= 2720 // 3

@@ -247,7 +247,7 @@ TEST_F(Interpreter, lets_the_lines_after_an_expectation_wait_for_it) {
             return open_errors().size() == count;
         });
     };
-    EXPECT_TRUE(open(1));
+    ASSERT_TRUE(open(1));
     for (int turn = 0; turn < 100; ++turn) {
         g_main_context_iteration(raw_context_, FALSE);
     }
@@ -256,9 +256,9 @@ TEST_F(Interpreter, lets_the_lines_after_an_expectation_wait_for_it) {
     EXPECT_EQ(open_errors().size(), 1U) << "and the rest for both";
     expectations_.saw(retry_of("P", "1"));
     EXPECT_EQ(open_errors().size(), 1U) << "the service is not called in the middle of its work";
-    EXPECT_TRUE(open(3)) << "2 at once, and 4, whose time is over";
+    ASSERT_TRUE(open(3)) << "2 at once, and 4, whose time is over";
     EXPECT_EQ(open_errors()[2].error.job, "4");
-    EXPECT_TRUE(open(4));
+    ASSERT_TRUE(open(4));
     EXPECT_EQ(open_errors()[3].error.job, "3");
     run_until_drained();
     EXPECT_EQ(open_errors().size(), 5U);

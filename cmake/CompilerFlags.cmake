@@ -12,6 +12,17 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wno-restrict)
 endif()
 
+# Where registers hold more digits than a double, as on i386, what is stored in one is rounded to one
+# all the same: a size that is cut to a whole number would else be a pixel off.
+include(CheckCXXSourceCompiles)
+check_cxx_source_compiles("
+    #include <cfloat>
+    static_assert(FLT_EVAL_METHOD == 2);
+    int main() {}" ZOR_HAS_WIDE_REGISTERS)
+if(ZOR_HAS_WIDE_REGISTERS)
+    add_compile_options(-ffloat-store)
+endif()
+
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)

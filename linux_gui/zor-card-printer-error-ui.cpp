@@ -707,10 +707,10 @@ GdkPixbuf* get_icon(const std::string& file_name) {
         base_icon_fraction_of_screen_width > base_icon_fraction_of_screen_height
             ? target_icon_fraction_of_screen / base_icon_fraction_of_screen_width
             : target_icon_fraction_of_screen / base_icon_fraction_of_screen_height;
-    const int target_icon_width = static_cast<int>(base_icon_width * icon_scale_factor);
-    const int target_icon_height = static_cast<int>(base_icon_height * icon_scale_factor);
-    auto* result = gdk_pixbuf_scale_simple(fresh_icon, target_icon_width, target_icon_height,
-                                           GDK_INTERP_HYPER);
+    const double scaled_width = base_icon_width * icon_scale_factor;
+    const double scaled_height = base_icon_height * icon_scale_factor;
+    auto* result = gdk_pixbuf_scale_simple(fresh_icon, static_cast<int>(scaled_width),
+                                           static_cast<int>(scaled_height), GDK_INTERP_HYPER);
     GUI_LOG(NORMAL, "scaling input=" << static_cast<const void*>(fresh_icon)
                                      << " result=" << static_cast<const void*>(result)
                                      << " scale_factor=" << icon_scale_factor);

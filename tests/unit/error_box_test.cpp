@@ -315,6 +315,7 @@ const IconRow ICONS[] = {
     {{1000, 500}, {100, 50}, {50, 25}},     // both sides alike
     {{1000, 1000}, {10, 10}, {50, 50}},     // scaled up
     {{1024, 768}, {512, 512}, {38, 38}},    // 38.4 is cut off
+    {{800, 600}, {107, 107}, {29, 29}},     // a hair below 30 in doubles, on every processor
     {{3840, 2160}, {512, 512}, {108, 108}}, // an icon of the program on a large screen
 };
 

@@ -7,6 +7,7 @@ import socket
 import stat
 import subprocess
 
+import polib
 import pytest
 
 from gi.repository import Gio, GLib
@@ -155,6 +156,35 @@ def test_metainfo_is_valid_and_names_what_is_installed(prefix):
     assert f"<id>{metainfo.name.removesuffix('.metainfo.xml')}</id>" in text
     assert f'<launchable type="service">{NAME}.service</launchable>' in text
     assert f"<binary>{NAME}</binary>" in text
+
+
+def translations():
+    """The installed languages with their texts."""
+    return {path.stem: {entry.msgid: entry.msgstr for entry in polib.pofile(str(path))}
+            for path in (TREE / "po").glob("*.po")}
+
+
+def test_each_language_has_its_texts_where_the_c_library_looks(prefix):
+    compiled = {path.parent.parent.name: {entry.msgid: entry.msgstr
+                                          for entry in polib.mofile(str(path))}
+                for path in (prefix / "share/locale").rglob("messages.mo")}
+    # A compiled file has no texts that are not translated.
+    assert compiled == {language: {old: new for old, new in texts.items() if new}
+                        for language, texts in translations().items()}
+
+
+def test_the_desktop_knows_the_program_in_each_language(prefix):
+    name, comment = "Card Printer Errors", "Show the errors of card printers and take the answers"
+    entries = list(prefix.rglob("*.desktop"))
+    metainfo = (prefix / "share/metainfo/tamarix.error.ui.metainfo.xml").read_text()
+    assert entries
+    for language, texts in translations().items():
+        for entry in entries:
+            lines = entry.read_text().splitlines()
+            assert f"Name[{language}]={texts[name]}" in lines, entry
+            assert f"Comment[{language}]={texts[comment]}" in lines, entry
+        assert f'<name xml:lang="{language}">{texts[name]}</name>' in metainfo
+        assert f'<summary xml:lang="{language}">{texts[comment]}</summary>' in metainfo
 
 
 def test_icons_have_the_sizes_of_their_directories(prefix):

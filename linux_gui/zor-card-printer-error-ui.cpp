@@ -24,12 +24,15 @@
 
 #include <gtk/gtk.h>
 
+#include "box_announcement.h"
 #include "box_keyboard.h"
+#include "box_look.h"
+#include "box_text.h"
 #include "display_link.h"
 #include "gui_logger.h"
 #include "press_watch.h"
-#include "status_delivery.h"
 #include "printer_name.h"
+#include "status_delivery.h"
 #include "text_fit.h"
 #include "zor_messages.h"
 #include "zor_printer_io.h"
@@ -169,9 +172,7 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error);
 std::string locate_gui_data_dir(const std::string& program_path);
 void setup_buttons_for_severity(GtkBuilder* builder, const ZORPrinterError& error, int severity);
 std::string find_display_text(int error_code);
-void show_display_text(GtkBuilder* builder, const std::string& display_text);
 GdkPixbuf* get_icon(const std::string& file_name);
-void describe_icon(GtkWidget* icon_image, const std::string& display_text);
 void guard_error_box(GtkWidget* box);
 void size_and_show_error_box(GtkWidget* window);
 
@@ -582,7 +583,7 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error) {
 
     const auto display_text = find_display_text(parse_text_easy<int>(e.error_code));
     GUI_LOG(NORMAL, "setting display_text=" << display_text);
-    show_display_text(builder, display_text);
+    show_box_text(GTK_TEXT_VIEW(gtk_builder_get_object(builder, "textview1")), display_text);
     const auto printer_name = make_valid_utf8(e.printer_name);
     gtk_window_set_title(GTK_WINDOW(win), printer_name.c_str());
     show_printer_name_without_title_bar(win, printer_name);
@@ -599,7 +600,9 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error) {
     } else {
         gtk_image_set_from_file(icon_image, icon_file_name.c_str());
     }
-    describe_icon(GTK_WIDGET(icon_image), display_text);
+    describe_box(win, GTK_WIDGET(icon_image), severity > 3 ? BoxSign::Warning : BoxSign::Error,
+                 display_text);
+    keep_buttons_readable(get_widget(builder, "buttonbox1"));
     gtk_window_set_deletable(GTK_WINDOW(win), FALSE);
     gtk_window_set_keep_above(GTK_WINDOW(win), TRUE);
     gtk_window_set_type_hint(GTK_WINDOW(win), GDK_WINDOW_TYPE_HINT_DIALOG); // floats among tiles
@@ -607,8 +610,10 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error) {
     guard_error_box(win);
     watch_presses(win, get_widget(builder, "buttonbox1"));
     guard_box_from_typing(win);
-    fit_text_area(win, get_widget(builder, "textview1"), display_text);
+    fit_text_area(win, get_widget(builder, "textview1"));
     size_and_show_error_box(win);
+    put_below_active_box(win);
+    ring_for_box(win);
     GUI_LOG(NORMAL, "end");
     return win;
 }
@@ -663,24 +668,6 @@ std::string find_display_text(int error_code) {
     return title_text + "\n\n" + body_text;
 }
 
-// Puts the text into the box, its first line (the title) in bold.
-void show_display_text(GtkBuilder* builder, const std::string& display_text) {
-    auto* text_view = GTK_TEXT_VIEW(gtk_builder_get_object(builder, "textview1"));
-    auto* buffer = gtk_text_view_get_buffer(text_view);
-    gtk_text_buffer_set_text(buffer, display_text.c_str(), -1);
-    if (buffer == nullptr) {
-        return;
-    }
-    GtkTextIter title_start;
-    GtkTextIter title_end;
-    gtk_text_buffer_get_start_iter(buffer, &title_start);
-    gtk_text_buffer_get_iter_at_line(buffer, &title_end, 1);
-    auto* bold = gtk_text_buffer_create_tag(buffer, nullptr, "weight", PANGO_WEIGHT_BOLD, nullptr);
-    gtk_text_buffer_apply_tag(buffer, bold, &title_start, &title_end);
-    gtk_text_buffer_get_start_iter(buffer, &title_start);
-    gtk_text_buffer_place_cursor(buffer, &title_start);
-}
-
 // The image, scaled so that its dominant side takes 5 % of the same side of the screen; a new
 // reference for the caller, or null when the file cannot be read.
 GdkPixbuf* get_icon(const std::string& file_name) {
@@ -715,14 +702,6 @@ GdkPixbuf* get_icon(const std::string& file_name) {
                                      << " result=" << static_cast<const void*>(result)
                                      << " scale_factor=" << icon_scale_factor);
     return result;
-}
-
-// Tells a screen reader what the icon stands for: the title, the first line of the text.
-void describe_icon(GtkWidget* icon_image, const std::string& display_text) {
-    if (icon_image != nullptr) {
-        atk_object_set_description(gtk_widget_get_accessible(icon_image),
-                                   display_text.substr(0, display_text.find('\n')).c_str());
-    }
 }
 
 // The handler of "delete-event". Window managers and task bars ask even a window without a close

@@ -1,5 +1,7 @@
 """Boxes come up on top, yet whoever is typing goes on typing."""
 
+import itertools
+
 import pytest
 
 from harness.editor import Editor
@@ -18,6 +20,14 @@ def desktop(start_desktop, request):
 def raised(desktop):
     """The titles of the windows, the lowest first."""
     return [window.title for window in desktop.person.windows()]
+
+
+def find_uncovered(desktop, window):
+    """A point within a window that no other one covers."""
+    area = window.client
+    return next(point for point in itertools.product(
+        range(area.x + 2, area.x + area.width, 20), range(area.y + 2, area.y + area.height, 20))
+        if desktop.person.window_at(*point) == window.id)
 
 
 @pytest.mark.parametrize("options", [(), ("maximized",)])
@@ -68,7 +78,7 @@ def test_a_box_is_above_the_window_in_use(desktop, options):
     x, y, size = box.window.client.x, box.window.client.y, box.window.client
     for corner in ((x + 2, y + 2), (x + size.width - 2, y + size.height - 2)):
         assert desktop.person.window_at(*corner) == box.window.id
-    desktop.person.click_at(editor.window.client.x + 5, editor.window.client.y + 5)
+    desktop.person.click_at(*find_uncovered(desktop, editor.window))
     desktop.person.type_text("x")
     editor.wait_for_text("x")
     assert raised(desktop).index("A") > raised(desktop).index(Editor.TITLE)

@@ -21,3 +21,9 @@ foreach(language ${zor_languages})
     set_tests_properties(box_fit_test_${language} PROPERTIES
         ENVIRONMENT "ZOR_SCREEN=1024x768;ZOR_LANGUAGE=${language}")
 endforeach()
+
+# The parts of a box by themselves, without the main source.
+zor_add_unit_test(box_text_test DISPLAY LIBRARIES zor_card_printer_box)
+zor_add_unit_test(box_announcement_test DISPLAY LIBRARIES zor_card_printer_box PkgConfig::X11)
+target_compile_definitions(box_announcement_test PRIVATE
+    ZOR_LAYOUT="${PROJECT_SOURCE_DIR}/Data/error-ui-message-box.glade")

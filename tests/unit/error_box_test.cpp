@@ -23,6 +23,7 @@ struct ScreenSize {
 
 std::optional<ScreenSize> pretended_screen;
 std::optional<ScreenSize> requested_box_size;
+int rung_bells = 0;
 std::atomic<bool> connecting_throws_no_exception_class = false;
 
 } // namespace
@@ -34,6 +35,8 @@ int __real_gdk_screen_height();
 int __wrap_gdk_screen_height();
 void __real_gtk_window_resize(GtkWindow* window, int width, int height);
 void __wrap_gtk_window_resize(GtkWindow* window, int width, int height);
+void __real_gtk_widget_error_bell(GtkWidget* widget);
+void __wrap_gtk_widget_error_bell(GtkWidget* widget);
 int __real_connect(int handle, const sockaddr* address, socklen_t length);
 int __wrap_connect(int handle, const sockaddr* address, socklen_t length);
 
@@ -48,6 +51,11 @@ int __wrap_gdk_screen_height() {
 void __wrap_gtk_window_resize(GtkWindow* window, int width, int height) {
     requested_box_size = {width, height};
     __real_gtk_window_resize(window, width, height);
+}
+
+void __wrap_gtk_widget_error_bell(GtkWidget* widget) {
+    ++rung_bells;
+    __real_gtk_widget_error_bell(widget);
 }
 
 int __wrap_connect(int handle, const sockaddr* address, socklen_t length) {
@@ -66,6 +74,7 @@ protected:
         ShellTest::SetUp();
         pretended_screen.reset();
         requested_box_size.reset();
+        rung_bells = 0;
         connecting_throws_no_exception_class = false;
     }
 
@@ -293,6 +302,17 @@ TEST_F(ErrorBoxTest, LogsItsBeginAndItsEnd) {
     EXPECT_EQ(lines[4], "end");
 }
 
+TEST_F(ErrorBoxTest, RingsOnceWhenItAppears) {
+    auto* box = present(make_error("P", "1"));
+    EXPECT_EQ(rung_bells, 1);
+    report_and_tick({make_error("P", "1")}); // it is there already
+    EXPECT_EQ(rung_bells, 1);
+    present(make_error("P", "2"));
+    EXPECT_EQ(rung_bells, 2);
+    click(box, "Retry");
+    EXPECT_EQ(rung_bells, 2);
+}
+
 // ---- The icon -----------------------------------------------------------------------------------
 
 struct IconRow {
@@ -456,6 +476,13 @@ TEST_F(ButtonTest, DeletingNoRecordGivesOneLine) {
                 ElementsAre(StartsWith("deleting button click info: ")));
     delete_button_click_info(new button_click_info);
     EXPECT_THAT(logged_by("delete_button_click_info"), SizeIs(3));
+}
+
+TEST_F(ButtonTest, ATranslationMayGiveMnemonics) {
+    gtk_button_set_label(button1, "_Wiederholen");
+    EXPECT_EQ(gtk_label_get_mnemonic_keyval(GTK_LABEL(gtk_bin_get_child(GTK_BIN(button1)))),
+              static_cast<guint>('w'));
+    EXPECT_TRUE(gtk_button_get_use_underline(button2));
 }
 
 // ---- Clicks -------------------------------------------------------------------------------------

@@ -15,6 +15,7 @@ endfunction()
 zor_add_shell_test(shell_start_test WRAP fork setsid g_application_run g_log_set_writer_func)
 zor_add_shell_test(shell_test WRAP connect)
 zor_add_shell_test(error_box_test
-                   WRAP connect gdk_screen_width gdk_screen_height gtk_window_resize)
+                   WRAP connect gdk_screen_width gdk_screen_height gtk_window_resize
+                        gtk_widget_error_bell)
 zor_add_shell_test(shell_model_test)
 zor_add_shell_test(strict_service_test)

@@ -63,6 +63,7 @@ class Node:
     children: list
     text: str | None = None
     last_character: Rectangle | None = None  # of the text; may be out of sight
+    caret: int | None = None  # the number of characters before it
     selection: tuple | None = None  # the first character and the one after the last
     image_size: tuple | None = None
     image_description: str | None = None

@@ -93,6 +93,7 @@ class Accessibility:
             count = text.get_character_count()
             # By the interface's name: the node has other methods of these names, which hide them.
             tree["text"] = Atspi.Text.get_text(text, 0, count)
+            tree["caret"] = text.get_caret_offset()
             if text.get_n_selections():
                 selected = Atspi.Text.get_selection(text, 0)
                 tree["selection"] = [selected.start_offset, selected.end_offset]

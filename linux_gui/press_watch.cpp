@@ -31,17 +31,16 @@ std::int64_t now_in_milliseconds() {
     return g_get_monotonic_time() / 1000;
 }
 
-bool knows_the_whole_screen(GtkWidget* widget) {
+bool knows_the_whole_screen([[maybe_unused]] GtkWidget* widget) {
 #ifdef GDK_WINDOWING_X11
     return GDK_IS_X11_DISPLAY(gtk_widget_get_display(widget));
 #else
-    (void)widget;
     return false;
 #endif
 }
 
 // How long an event has waited in the queue while the main loop was busy, building a box perhaps.
-std::int64_t age_in_milliseconds(GtkWidget* widget, const GdkEvent* event) {
+std::int64_t age_in_milliseconds([[maybe_unused]] GtkWidget* widget, const GdkEvent* event) {
     const guint32 event_time = gdk_event_get_time(event);
     if (event_time == GDK_CURRENT_TIME) {
         return 0;

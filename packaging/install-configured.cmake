@@ -20,10 +20,9 @@ string(REGEX REPLACE "([\"`$])" "\\\\\\\\\\1" entry_command "${command}")
 string(REPLACE "%" "%%" entry_command "\"${entry_command}\"")
 
 foreach(file ${name}.sh ${name}.service)
-foreach(file ${name}.sh ${name}.service ${name}.desktop ${name}.windows.desktop)
     configure_file(${CMAKE_CURRENT_LIST_DIR}/${file}.in ${scratch_dir}/${file} @ONLY)
 endforeach()
-foreach(file ${name}.desktop)
+foreach(file ${name}.desktop ${name}.windows.desktop)
     configure_file(${translated_dir}/${file}.in ${scratch_dir}/${file} @ONLY)
 endforeach()
 

@@ -62,13 +62,13 @@ private:
     GtkWidget* const m_box;
     TypingGuard m_guard;
     GtkGesture* m_presses = nullptr;
-    GdkWindow* m_filtered_window = nullptr; // one reference, while it listens for requests
     bool m_was_mapped = false;
     int m_frames = 0;
     guint m_new_box_timer = 0;
     guint m_pause_timer = 0;
     guint32 m_refused_key_time = GDK_CURRENT_TIME; // by the desktop's clock, in milliseconds
 #ifdef GDK_WINDOWING_X11
+    GdkWindow* m_filtered_window = nullptr; // one reference, while it listens for requests
     static inline int s_listening_boxes = 0;
     static GdkFilterReturn filter_event(GdkXEvent* raw_event, GdkEvent* event, gpointer raw);
 #endif

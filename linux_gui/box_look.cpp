@@ -31,12 +31,12 @@ void keep_buttons_readable(GtkWidget* button_box) {
     }
 }
 
-void put_below_active_box(GtkWidget* box) {
+void keep_active_box_above(GtkWidget* box) {
     const ListOwner windows(gtk_window_list_toplevels());
     for (const auto* item = windows.get(); item != nullptr; item = item->next) {
         if (is_other_active_box(item->data, box)) {
-            gdk_window_restack(gtk_widget_get_window(box),
-                               gtk_widget_get_window(GTK_WIDGET(item->data)), FALSE);
+            // Not the new one lowered: xfwm4 keeps a dialog above the others of its program.
+            gdk_window_raise(gtk_widget_get_window(GTK_WIDGET(item->data)));
             return;
         }
     }

@@ -10,7 +10,7 @@
 // Buttons that are added later are left as they are.
 void keep_buttons_readable(GtkWidget* button_box);
 
-// Puts a box that has just been shown below the box of this program that has the keyboard focus, if
-// there is one: what is typed goes there, and must not go to a box that nobody sees. Boxes are told
-// by their id in the Builder file, which they share.
-void put_below_active_box(GtkWidget* box);
+// Raises the box of this program that has the keyboard focus, if there is one, over a box that has
+// just been shown: what is typed goes there, and must not go to a box that nobody sees. Boxes are
+// told by their id in the Builder file, which they share.
+void keep_active_box_above(GtkWidget* box);

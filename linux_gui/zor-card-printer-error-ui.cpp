@@ -612,7 +612,7 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error) {
     guard_box_from_typing(win);
     fit_text_area(win, get_widget(builder, "textview1"));
     size_and_show_error_box(win);
-    put_below_active_box(win);
+    keep_active_box_above(win);
     ring_for_box(win);
     GUI_LOG(NORMAL, "end");
     return win;

@@ -17,8 +17,10 @@ import glossary  # pylint: disable=wrong-import-position
 HEADER = "kind\tEnglish\ttranslation\tforms\tnote"
 RIBBON_OUT = "Message 110: Print ribbon out or missing."
 # Texts in which the tests find all that they spoil, by their comments; a run takes half as long.
-ENOUGH = (r"^Message id: (36|110|111|112|202|243|1102|1109|1110|1111|1112|1123, 1170|1306|1317)$|"
+ENOUGH = (r"^Message id: (36|IDS_RETRY|IDS_CANCEL|109|110|111|112|202|243|1102|1109|1110|1111|1112|"
+          r"1123, 1170|1306|1317)$|"
           r"No box shows it|^What a box shows")
+RIBBON_PROBLEM = "Message 109: Print ribbon problem."
 CALL = "If the problem continues, call for service."
 
 
@@ -45,6 +47,22 @@ def arabic(text):
     return re.sub(r"[A-Za-z_]+", "كلمة", pseudo(text))
 
 
+def translated_page(code, translate):
+    """The operators' page with what the script looks at in another language."""
+    page = (TREE / "docs/operator.md").read_text()
+    languages = (TREE / "po/LINGUAS").read_text().splitlines()[-1].split()
+    if "](operator.md)" not in page:
+        links = [f"[{name}](operator{name}.md)" for name in ["", *(f".{l}" for l in languages)]]
+        page = " ".join(links) + "\n\n" + page
+    page = page.replace("(pictures/", f"(pictures/{code}/")
+    page = re.sub(r"(?<=\*\*)(Retry|Cancel|OK)(?=\*\*)", lambda m: translate(m[0]), page)
+    page = re.sub(r"(?<=`)(Message 110:[^`]*|UNEXPECTED_TEXT_KEY:)",
+                  lambda m: translate(m[0]), page)
+    sections = page.split("\n## ")
+    sections[3] = re.sub(r"^\| [^|]+ \|", lambda m: translate(m[0]), sections[3], flags=re.M)
+    return "\n## ".join(sections)
+
+
 class Language:
     """A tree with the template, and a translation that can be spoiled."""
 
@@ -67,6 +85,8 @@ class Language:
         self.rows += [["phrase", phrase, translate(phrase), "", ""]
                       for phrase, *_ in glossary.tables_of("Phrases that come back")
                       if "..." not in phrase]
+        (tree / "docs").mkdir()
+        self.page = translated_page(code, translate)
 
     def text(self, msgid):
         return next(entry for entry in self.po if entry.msgid.startswith(msgid))
@@ -83,6 +103,7 @@ class Language:
         self.po.save(str(self.tree / f"po/{self.code}.po"))
         (self.tree / f"po/glossary/{self.code}.tsv").write_text(
             "\n".join([HEADER, *("\t".join(row) for row in self.rows), ""]))
+        (self.tree / f"docs/operator.{self.code}.md").write_text(self.page)
         run = subprocess.run(
             [TREE / "scripts/check-translations", "--tree", self.tree, *options, self.code],
             capture_output=True, text=True, check=False)
@@ -179,11 +200,11 @@ def test_the_number_of_a_step_does_not_stand_for_a_number_of_the_text(language):
 
 
 def test_a_copy_of_the_english_text_needs_a_row(language):
-    language.text("OK").msgstr = "OK"
-    language.assert_problem("[36]", "a copy of the English text")
-    language.rows.append(["copy", "OK", "", "", "the same word"])
+    language.text("Suspend printing").msgstr = "Suspend printing"
+    language.assert_problem("Suspend printing", "a copy of the English text")
+    language.rows.append(["copy", "Suspend printing", "", "", "the same word"])
     language.assert_whole()
-    language.text("OK").msgstr = "OKa"
+    language.text("Suspend printing").msgstr = "Suspenda printinga"
     language.assert_problem('"copy" that allows nothing')
 
 
@@ -194,11 +215,11 @@ def test_a_line_left_in_english_is_named(language):
 
 
 def test_a_term_needs_its_word_or_one_of_its_forms(language):
-    entry = language.text(RIBBON_OUT)
-    entry.msgstr = "Messagea 110: tapea."
-    language.assert_problem("[110]", 'the term "Print ribbon" without its translation')
+    entry = language.text(RIBBON_PROBLEM)
+    entry.msgstr = "Messagea 109: tapea."
+    language.assert_problem("[109]", 'the term "Print ribbon" without its translation')
     language.row("print ribbon")[3] += "|tapes*"
-    language.assert_problem("[110]", 'the term "Print ribbon"')
+    language.assert_problem("[109]", 'the term "Print ribbon"')
     language.row("print ribbon")[3] += "|tape*"
     language.assert_whole()
 
@@ -209,12 +230,12 @@ def test_a_word_inside_another_one_is_no_term(language):
 
 
 def test_a_form_of_two_parts_reaches_over_a_sentence_and_no_farther(language):
-    entry = language.text(RIBBON_OUT)
+    entry = language.text(RIBBON_PROBLEM)
     language.row("print ribbon")[3] += "|printa ... ribbona"
-    entry.msgstr = "Messagea 110: Printa verya longa ribbona outa."
+    entry.msgstr = "Messagea 109: Printa verya longa ribbona outa."
     language.assert_whole()
-    entry.msgstr = "Messagea 110: Printa outa. Longa ribbona outa."
-    language.assert_problem("[110]", 'the term "Print ribbon"')
+    entry.msgstr = "Messagea 109: Printa outa. Longa ribbona outa."
+    language.assert_problem("[109]", 'the term "Print ribbon"')
 
 
 def test_the_longer_term_is_wanted_and_not_the_one_in_it(language):
@@ -224,10 +245,10 @@ def test_the_longer_term_is_wanted_and_not_the_one_in_it(language):
 
 
 def test_a_text_may_do_without_a_term_where_a_row_says_so(language):
-    language.text(RIBBON_OUT).msgstr = "Messagea 110: tapea."
-    language.rows.append(["without", "print ribbon", "", "110|111", "a pronoun"])
+    language.text(RIBBON_PROBLEM).msgstr = "Messagea 109: tapea."
+    language.rows.append(["without", "print ribbon", "", "109|111", "a pronoun"])
     language.assert_problem('"without" that allows nothing: "print ribbon" in 111')
-    language.rows[-1][3] = "110"
+    language.rows[-1][3] = "109"
     language.assert_whole()
 
 
@@ -329,3 +350,28 @@ def test_english_in_another_script_is_named(tmp_path):
     language = Language(tmp_path, "ar", arabic)
     language.text("Message 243: Card lost").msgstr = "كلمة 243: كلمة it was lost there"
     assert any("[243]" in line and "still English" in line for line in language.check()[1])
+
+
+@pytest.mark.parametrize("old, new, problem", [
+    ("(operator.fr.md)", "", "no link to operator.fr.md"),
+    ("pictures/xx/box-stop.png", "pictures/box-stop.png", "without the picture pictures/box-stop"),
+    ("\n## What", "\nWhat", "headings, the English page has"),
+    ("\n| | **", "\n **", "rows of tables, the English page has"),
+    ("**Retrya**", "**Againa**", "without the button **Retrya**"),
+    ("`Messagea 110: ", "`Texta 110: ", 'without "Messagea 110: Printa'),
+    ("UNEXPECTED_TEXT_KEYa:9999", "UNKNOWN:9999", 'without "UNEXPECTED_TEXT_KEYa:9999"'),
+    ("| Ifa thea joba doesa nota", "| Shoulda thea joba nota", "no box says")])
+def test_the_operators_page_is_held_against_the_boxes_and_the_english_page(
+        language, old, new, problem):
+    assert old in language.page
+    language.page = language.page.replace(old, new)
+    language.assert_problem("docs/operator.xx.md: ", problem)
+
+
+def test_a_language_has_a_page_for_operators(language):
+    language.check()
+    (language.tree / "docs/operator.xx.md").unlink()
+    run = subprocess.run([TREE / "scripts/check-translations", "--tree", language.tree, "xx"],
+                         capture_output=True, text=True, check=False)
+    assert (run.returncode, run.stdout) == (
+        1, "docs/operator.xx.md: there is no such file\nxx: 1 problems\n")

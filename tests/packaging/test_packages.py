@@ -55,7 +55,7 @@ def fixture_next_packages():
 
 def package_files(directory):
     files = [next(directory.glob(f"{name}_*.deb")) for name in PACKAGES]
-    assert len(files) == 3
+    assert len(files) == len(PACKAGES)
     return files
 
 
@@ -179,7 +179,7 @@ def test_rpm_packages_hold_the_installed_files():
     output = WORK / "rpm"
     run(TREE / "scripts/build-rpm", "--output", output)
     files = sorted(path for path in output.glob("*.rpm") if not path.name.endswith(".src.rpm"))
-    assert len(files) == 2
+    assert len(files) == len(PACKAGES)
     root = WORK / "rpm-root"
     run("rpm", "--root", root, "--initdb")
     run("rpm", "--root", root, "--install", "--nodeps", "--noscripts", *files)
@@ -196,7 +196,7 @@ def test_rpm_packages_hold_the_installed_files():
         assert f"systemctl --global {verb} {NAME}.service" in scripts
         run("systemctl", f"--root={root}", "--global", verb, f"{NAME}.service")
         assert wanted.is_symlink() == is_wanted
-    run("rpm", "--root", root, "--erase", "--noscripts", NAME, SIMULATOR)
+    run("rpm", "--root", root, "--erase", "--noscripts", *PACKAGES)
     left = [path for path in root.rglob("*zor-*")]
     assert left == []
 

@@ -58,9 +58,9 @@ def translated_page(code, translate):
     page = re.sub(r"(?<=\*\*)(Retry|Cancel|OK)(?=\*\*)", lambda m: translate(m[0]), page)
     page = re.sub(r"(?<=`)(Message 110:[^`]*|UNEXPECTED_TEXT_KEY:)",
                   lambda m: translate(m[0]), page)
-    sections = page.split("\n## ")
-    sections[3] = re.sub(r"^\| [^|]+ \|", lambda m: translate(m[0]), sections[3], flags=re.M)
-    return "\n## ".join(sections)
+    start = page.rindex("\n\n|")
+    return page[:start] + re.sub(r"^\| [^|]+ \|", lambda m: translate(m[0]), page[start:],
+                                 flags=re.M)
 
 
 class Language:
@@ -280,6 +280,21 @@ def test_a_line_that_comes_back_is_worded_as_before(language):
     language.assert_problem("[1112]", f'the line "{CALL}" is here')
     language.rows.append(["varies", CALL, "", "", "a reason"])
     language.assert_whole()
+
+
+def test_the_keys_of_buttons_are_no_part_of_their_words(language):
+    for label, marked in (("OK", "O_Ka"), ("Retry", "_Retrya"), ("Cancel", "_Cancela")):
+        language.text(label).msgstr = marked
+    language.assert_whole()
+    language.text("Retry").msgstr = "Retr_ya"
+    language.text("Cancel").msgstr = "_Cance_la"
+    language.assert_problem("[IDS_CANCEL]", "more than one underscore")
+    language.text("Cancel").msgstr = "Cancela"
+    language.assert_problem("some buttons have a key")
+    language.text("Retry").msgstr = "Re_trya"
+    language.text("OK").msgstr = "O_Ka"
+    language.text("Cancel").msgstr = "_Kancela"
+    language.assert_problem("has the same key as")
 
 
 def test_the_text_of_blanks_stays_as_it_is(language):

@@ -63,8 +63,8 @@ def dependencies(directory):
     """The names of the packages that these ones depend on, of alternatives the first."""
     names = set()
     for file in package_files(directory):
-        for entry in run("dpkg-deb", "--field", file, "Depends").split(","):
-            names.add(re.match(r"\s*([a-z0-9.+-]+)", entry)[1])
+        field = run("dpkg-deb", "--field", file, "Depends")  # the translations need nothing
+        names |= set(re.findall(r"(?:^|,)\s*([a-z0-9.+-]+)", field))
     return names
 
 

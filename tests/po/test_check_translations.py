@@ -49,7 +49,7 @@ def arabic(text):
 
 def translated_page(code, translate):
     """The operators' page with what the script looks at in another language."""
-    page = (TREE / "docs/operator.md").read_text()
+    page = (TREE / "docs/operator.md").read_text(encoding="utf-8")
     languages = (TREE / "po/LINGUAS").read_text().splitlines()[-1].split()
     if "](operator.md)" not in page:
         links = [f"[{name}](operator{name}.md)" for name in ["", *(f".{l}" for l in languages)]]
@@ -390,3 +390,10 @@ def test_a_language_has_a_page_for_operators(language):
                          capture_output=True, text=True, check=False)
     assert (run.returncode, run.stdout) == (
         1, "docs/operator.xx.md: there is no such file\nxx: 1 problems\n")
+
+
+def test_each_language_that_is_named_is_there():
+    named = (TREE / "po/LINGUAS").read_text().splitlines()[-1].split()
+    assert len(named) >= 12
+    assert sorted(named) == sorted(path.stem for path in (TREE / "po").glob("*.po"))
+    assert sorted(named) == sorted(path.stem for path in (TREE / "po/glossary").glob("*.tsv"))

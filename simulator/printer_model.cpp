@@ -42,7 +42,11 @@ std::optional<PublishedEvent> PrinterModel::withdraw(const JobKey& key) {
     open_.erase(open);
     open_by_age_.erase(closed.event);
     history_.unpin(closed.event);
-    return publish(EventKind::remove, closed.error);
+    const auto event = publish(EventKind::remove, closed.error);
+    if (newest_sent_ > 0) {
+        unseen_withdrawals_.insert(event.number);
+    }
+    return event;
 }
 
 std::optional<PublishedEvent> PrinterModel::clear(const std::string& printer,
@@ -134,9 +138,8 @@ StatusReply PrinterModel::reply_with(const std::optional<EventHistory::Event>& e
 StatusReply PrinterModel::first_reply() const {
     auto first = open_by_age_.empty() ? newest_event() : open_by_age_.begin()->first;
     bool is_news = retelling_ || !open_by_age_.empty();
-    const auto unseen = seen_ > 0 ? history_.next_after(seen_) : std::nullopt;
-    if (unseen && unseen->number <= first) {
-        first = unseen->number;
+    if (!unseen_withdrawals_.empty() && *unseen_withdrawals_.begin() <= first) {
+        first = *unseen_withdrawals_.begin();
         is_news = true;
     }
     if (!is_news) {
@@ -154,7 +157,8 @@ StatusReply PrinterModel::choose_reply(std::string_view quoted) {
         reply.quoted = quoted.empty() ? Quoted::none : Quoted::unknown;
         return reply;
     }
-    seen_ = std::max(seen_, *position);
+    unseen_withdrawals_.erase(unseen_withdrawals_.begin(),
+                              unseen_withdrawals_.upper_bound(*position));
     const auto next = history_.next_after(*position);
     StatusReply reply = reply_with(next || !retelling_ ? next : history_.newest(), *position);
     reply.quoted = Quoted::known;
@@ -165,6 +169,7 @@ StatusReply PrinterModel::choose_reply(std::string_view quoted) {
 
 void PrinterModel::reply_sent(const StatusReply& reply) {
     history_.mark_sent(reply.event);
+    newest_sent_ = std::max(newest_sent_, reply.event);
 }
 
 void PrinterModel::reply_spoiled(const StatusReply& reply, std::string_view text) {

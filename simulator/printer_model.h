@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -89,8 +90,8 @@ public:
     /// Chooses the reply to a status request that quotes the previous reply `quoted`:
     /// the event after the quoted one, or the newest again when there is none newer. Without a
     /// quoted text, or with an unknown one: the oldest error still open, else the newest event;
-    /// but nothing later than the first event that no request has quoted yet, so that a client that
-    /// lost a reply misses no withdrawal.
+    /// but nothing later than the first withdrawal that no request has quoted yet, so that a client
+    /// that lost a reply keeps no error for good.
     /// Where the newest would be told again, or there is none: a document that reports nothing.
     /// Nothing is marked as sent yet.
     StatusReply choose_reply(std::string_view quoted);
@@ -128,7 +129,8 @@ private:
 
     EventHistory history_;
     bool retelling_ = true;
-    EventNumber seen_ = 0; // the newest event that a request quoted
+    EventNumber newest_sent_ = 0;
+    std::set<EventNumber> unseen_withdrawals_; // those that no request has quoted yet
     std::map<JobKey, OpenError> open_;
     std::map<EventNumber, JobKey> open_by_age_;
     std::map<JobKey, FailurePlan> plans_;

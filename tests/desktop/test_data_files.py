@@ -81,7 +81,7 @@ def test_a_changed_box_file_shows_at_the_next_box(desktop, copy):
     box_file.write_text(head + 'id="buttonbox1"' + button_box.replace(beside, below))
     desktop.service.report("B")
     after = desktop.person.wait_for_box("B")
-    assert after.buttons[0].extents.x == after.buttons[1].extents.x
+    assert after.buttons[0].extents.y != after.buttons[1].extents.y
     assert desktop.person.wait_for_box("A").buttons == before.buttons
 
 

@@ -310,7 +310,9 @@ TEST_F(Service, loses_no_event_to_replies_that_the_client_could_not_use) {
     for (const char* fault : {"garbage 64 times 1", "empty times 1", "lie 30 times 1"}) {
         publish(RIBBON);
         std::string quoted = poll();
-        quoted = poll(quoted);
+        for (int told_before = 0; told_before < 3; ++told_before) {
+            quoted = poll(quoted);
+        }
         publish(CARD);
         set_fault(fault);
         const std::string useless =

@@ -162,17 +162,24 @@ void printer_io_thread_proc(std::shared_ptr<std::mutex> clearing_error_queue_mut
 std::optional<std::shared_ptr<const ZORPrinterStatus>> begin_status_exchange();
 void set_new_printer_status(const ZORPrinterStatus& status);
 void start_timer_tick();
+template <typename K, typename V>
+bool map_contains_key(std::map<K, V> map, K key);
 gboolean timer_tick(gpointer unused);
 void present_next_valgrind_box();
 std::shared_ptr<ZORPrinterStatus> take_status();
 void present_new_error(const ZORPrinterError& error);
 std::string create_error_key(const ZORPrinterError& error);
 
+std::string make_valid_utf8(const std::string& text);
+std::string get_utf8_message_text(int message_id);
+GtkWidget* get_widget(GtkBuilder* builder, const char* name);
 GtkWidget* present_error_box(const PrinterErrorInfo& error);
 std::string locate_gui_data_dir(const std::string& program_path);
 void setup_buttons_for_severity(GtkBuilder* builder, const ZORPrinterError& error, int severity);
 std::string find_display_text(int error_code);
 GdkPixbuf* get_icon(const std::string& file_name);
+gboolean handle_error_box_delete_event(GtkWidget* box, GdkEvent* event, gpointer unused);
+void handle_error_box_destroy(GtkWidget* box, gpointer unused);
 void guard_error_box(GtkWidget* box);
 void size_and_show_error_box(GtkWidget* window);
 
@@ -186,6 +193,7 @@ void delete_button_click_info(void* raw);
 void handle_error_dialog_button_click(GtkApplication* app, gpointer raw_info);
 void start_action(const button_click_info& click_info);
 void handle_failed_command();
+gboolean destroy_error_box(gpointer box);
 void close_error_box(GtkWidget* box);
 void erase_presented_errors(GtkWidget* box);
 

@@ -201,7 +201,8 @@ def answer(desktop):
         offset = find_button(service, screen)
         for job in range(desktop.amount(50, 5)):
             _, box = show_box(service, screen, PRINTER, job, severity=2)
-            service.wait_for_polls(2, service.lines.position())  # the box is drawn by then
+            # A press where the pointer rests counts when the time of a double click is over.
+            service.wait_for_polls(6, service.lines.position())
             position = service.lines.position()
             released = screen.press_at(box.x + box.width - offset[0],
                                        box.y + box.height - offset[1])

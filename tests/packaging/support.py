@@ -138,7 +138,8 @@ def read_box(title):
     turn_to(title)
     run("xdotool", "key", "--window", "0", "ctrl+a")
     return wait_for("the marked text", lambda: run(
-        "/usr/bin/python3", "-c", "import gi; gi.require_version('Gtk', '3.0')\n"
+        "/usr/bin/python3", "-c", "import gi\ngi.require_version('Gdk', '3.0')\n"
+        "gi.require_version('Gtk', '3.0')\n"
         "from gi.repository import Gdk, Gtk\n"
         "marked = Gtk.Clipboard.get(Gdk.SELECTION_PRIMARY).wait_for_text()\n"
         "print(marked or '', end='')"))

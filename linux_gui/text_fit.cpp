@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "object_owner.h"
-
 #include "monitor_area.h"
+#include "object_owner.h"
 
 namespace {
 

@@ -18,34 +18,34 @@ FaultTarget opposite(FaultTarget target) {
 
 void ActiveFaults::set(const Fault& fault) {
     stop_refusing();
-    std::erase_if(faults_, [&](const Active& old) {
+    std::erase_if(m_faults, [&](const Active& old) {
         return fault.target == FaultTarget::both || old.fault.target == fault.target;
     });
-    for (Active& old : faults_) {
+    for (Active& old : m_faults) {
         if (old.fault.target == FaultTarget::both) {
             old.fault.target = opposite(fault.target);
         }
     }
     if (fault.kind != FaultKind::none) {
-        faults_.push_back({fault, std::mt19937_64(fault.seed)});
+        m_faults.push_back({fault, std::mt19937_64(fault.seed)});
     }
 }
 
 bool ActiveFaults::refuses() const noexcept {
-    return std::any_of(faults_.begin(), faults_.end(),
+    return std::any_of(m_faults.begin(), m_faults.end(),
                        [](const Active& active) { return active.fault.kind == FaultKind::refuse; });
 }
 
 void ActiveFaults::stop_refusing() {
-    std::erase_if(faults_,
+    std::erase_if(m_faults,
                   [](const Active& active) { return active.fault.kind == FaultKind::refuse; });
 }
 
 std::optional<ActiveFaults::Turn> ActiveFaults::next_reply(FaultTarget target) {
-    const auto found = std::find_if(faults_.begin(), faults_.end(), [target](const Active& active) {
-        return meets(active.fault.target, target);
-    });
-    if (found == faults_.end()) {
+    const auto found =
+        std::find_if(m_faults.begin(), m_faults.end(),
+                     [target](const Active& active) { return meets(active.fault.target, target); });
+    if (found == m_faults.end()) {
         return std::nullopt;
     }
     // Not a distribution of the standard library: those differ from one library to the next.
@@ -55,14 +55,14 @@ std::optional<ActiveFaults::Turn> ActiveFaults::next_reply(FaultTarget target) {
     Turn turn{found->fault, false};
     if (found->fault.times && --*found->fault.times == 0) {
         turn.ended = true;
-        faults_.erase(found);
+        m_faults.erase(found);
     }
     return turn;
 }
 
 std::string ActiveFaults::description() const {
     std::string out;
-    for (const Active& active : faults_) {
+    for (const Active& active : m_faults) {
         out += (out.empty() ? "" : "; ") + active.fault.description();
     }
     return out.empty() ? Fault().description() : out;

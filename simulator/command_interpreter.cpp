@@ -122,8 +122,8 @@ Fault parse_fault_words(Tokenizer& words) {
 
 CommandInterpreter::CommandInterpreter(PrinterService& service, Timeline& timeline,
                                        Expectations& expectations, InterpreterOutput output)
-    : service_(service), timeline_(timeline), expectations_(expectations),
-      output_(std::move(output)) {}
+    : m_service(service), m_timeline(timeline), m_expectations(expectations),
+      m_output(std::move(output)) {}
 
 const std::vector<CommandInterpreter::CommandEntry>& CommandInterpreter::commands() {
     using Self = CommandInterpreter;
@@ -212,11 +212,11 @@ void CommandInterpreter::execute(std::string_view line, const std::string& where
             action();
             return;
         }
-        const Clock::time_point base = timed.sign == '@' ? made_at_ : Clock::now();
-        timeline_.at(base + timed.time,
-                     [this, action = std::move(action), where] { run(action, where); });
+        const Clock::time_point base = timed.sign == '@' ? m_made_at : Clock::now();
+        m_timeline.at(base + timed.time,
+                      [this, action = std::move(action), where] { run(action, where); });
     } catch (const std::runtime_error& error) {
-        output_.complain(where, error.what());
+        m_output.complain(where, error.what());
     }
 }
 
@@ -237,7 +237,7 @@ Scenario CommandInterpreter::read_scenario(std::string_view text, const std::str
                                       where, expectation_in(timed.command)});
         } catch (const CommandError& error) {
             ++scenario.bad_lines;
-            output_.complain(where, error.what());
+            m_output.complain(where, error.what());
         }
     }
     return scenario;
@@ -259,7 +259,7 @@ void CommandInterpreter::play_from(const std::shared_ptr<const Scenario>& scenar
         if (line.expectation) {
             break;
         }
-        timeline_.at(due, [this, line] { run(line.action, line.where); });
+        m_timeline.at(due, [this, line] { run(line.action, line.where); });
     }
     if (at == lines.size()) {
         return;
@@ -269,7 +269,7 @@ void CommandInterpreter::play_from(const std::shared_ptr<const Scenario>& scenar
            can_wait_for_more(lines[end])) {
         ++end;
     }
-    timeline_.at(due, [this, scenario, at, end, start] { await(scenario, at, end, start); });
+    m_timeline.at(due, [this, scenario, at, end, start] { await(scenario, at, end, start); });
 }
 
 void CommandInterpreter::await(const std::shared_ptr<const Scenario>& scenario, std::size_t first,
@@ -277,7 +277,7 @@ void CommandInterpreter::await(const std::shared_ptr<const Scenario>& scenario, 
     const auto left = std::make_shared<std::size_t>(end - first);
     for (std::size_t at = first; at < end; ++at) {
         const Scenario::Line& line = scenario->lines[at];
-        expectations_.begin(*line.expectation, line.where, [this, scenario, end, start, left] {
+        m_expectations.begin(*line.expectation, line.where, [this, scenario, end, start, left] {
             if (--*left == 0) {
                 play_from(scenario, end, start);
             }
@@ -289,7 +289,7 @@ void CommandInterpreter::run(const Action& action, const std::string& where) {
     try {
         action();
     } catch (const std::runtime_error& error) {
-        output_.complain(where, error.what());
+        m_output.complain(where, error.what());
     }
 }
 
@@ -316,7 +316,7 @@ CommandInterpreter::Action CommandInterpreter::parse_error(Tokenizer& words, con
     const bool has_text = !words.remainder().empty();
     error.text = has_text ? words.rest_of_line() : "Printer error " + error.code + ".";
     return [this, error] {
-        service_.publish_error(error);
+        m_service.publish_error(error);
     };
 }
 
@@ -325,7 +325,7 @@ CommandInterpreter::Action CommandInterpreter::parse_clear(Tokenizer& words, con
     const std::string job = words.require("JOB");
     words.expect_end();
     return [this, printer, job] {
-        if (!service_.clear(printer, job)) {
+        if (!m_service.clear(printer, job)) {
             throw CommandError("job \"" + escaped_text(job) + "\" of printer \"" +
                                escaped_text(printer) + "\" has no open error");
         }
@@ -336,7 +336,7 @@ CommandInterpreter::Action CommandInterpreter::parse_clear_all(Tokenizer& words,
                                                                const std::string&) {
     words.expect_end();
     return [this] {
-        service_.clear_all();
+        m_service.clear_all();
     };
 }
 
@@ -345,7 +345,7 @@ CommandInterpreter::Action CommandInterpreter::parse_raw(Tokenizer& words, const
         throw CommandError("missing TEXT (\"\" for the empty text)");
     }
     return [this, text = words.rest_of_line()] {
-        service_.publish_raw(text);
+        m_service.publish_raw(text);
     };
 }
 
@@ -354,7 +354,7 @@ CommandInterpreter::Action CommandInterpreter::parse_raw_file(Tokenizer& words,
     const std::string path = words.require("PATH");
     words.expect_end();
     return [this, path] {
-        service_.publish_raw(file_content(path));
+        m_service.publish_raw(file_content(path));
     };
 }
 
@@ -367,7 +367,7 @@ CommandInterpreter::Action CommandInterpreter::parse_fail_again(Tokenizer& words
     const auto after = after_word ? parse_time(*after_word, "time") : DEFAULT_FAIL_AGAIN_AFTER;
     words.expect_end();
     return [=, this] {
-        service_.plan_failures(printer, job, times, after);
+        m_service.plan_failures(printer, job, times, after);
     };
 }
 
@@ -378,7 +378,7 @@ CommandInterpreter::Action CommandInterpreter::parse_retell(Tokenizer& words, co
     }
     words.expect_end();
     return [this, on = word == "on"] {
-        service_.set_retelling(on);
+        m_service.set_retelling(on);
     };
 }
 
@@ -386,7 +386,7 @@ CommandInterpreter::Action CommandInterpreter::parse_hold(Tokenizer& words, cons
     const std::chrono::milliseconds time = parse_time(words.require("TIME"), "time");
     words.expect_end();
     return [this, time] {
-        service_.set_hold(time);
+        m_service.set_hold(time);
     };
 }
 
@@ -395,21 +395,21 @@ CommandInterpreter::Action CommandInterpreter::parse_carry_out(Tokenizer& words,
     const std::chrono::milliseconds time = parse_time(words.require("TIME"), "time");
     words.expect_end();
     return [this, time] {
-        service_.set_carry_out(time);
+        m_service.set_carry_out(time);
     };
 }
 
 CommandInterpreter::Action CommandInterpreter::parse_fault(Tokenizer& words, const std::string&) {
     const Fault fault = parse_fault_words(words);
     return [this, fault] {
-        service_.set_fault(fault);
+        m_service.set_fault(fault);
     };
 }
 
 CommandInterpreter::Action CommandInterpreter::parse_expect(Tokenizer& words,
                                                             const std::string& where) {
     return [this, expectation = parse_expectation_words(words), where] {
-        expectations_.begin(expectation, where);
+        m_expectations.begin(expectation, where);
     };
 }
 
@@ -420,14 +420,14 @@ CommandInterpreter::Action CommandInterpreter::parse_stop(Tokenizer& words, cons
     }
     words.expect_end();
     return [this, back_after] {
-        service_.stop(back_after);
+        m_service.stop(back_after);
     };
 }
 
 CommandInterpreter::Action CommandInterpreter::parse_start(Tokenizer& words, const std::string&) {
     words.expect_end();
     return [this] {
-        service_.start();
+        m_service.start();
     };
 }
 
@@ -484,8 +484,8 @@ void CommandInterpreter::repeat_every(const Repetition& repetition, std::uint64_
         const auto again = [this, repetition, number] {
             repeat_every(repetition, number + 1);
         };
-        timeline_.at(next, again,
-                     repetition.count ? Timeline::Purpose::awaited : Timeline::Purpose::companion);
+        m_timeline.at(next, again,
+                      repetition.count ? Timeline::Purpose::awaited : Timeline::Purpose::companion);
     }
 }
 
@@ -512,58 +512,58 @@ CommandInterpreter::Action CommandInterpreter::parse_help(Tokenizer& words, cons
 CommandInterpreter::Action CommandInterpreter::parse_quit(Tokenizer& words, const std::string&) {
     words.expect_end();
     return [this] {
-        output_.quit();
+        m_output.quit();
     };
 }
 
 void CommandInterpreter::list() {
-    const auto errors = service_.model().open_errors();
+    const auto errors = m_service.model().open_errors();
     for (const auto& open : errors) {
-        output_.answer(Occurrence("open error")
-                           .text("printer", open.error.printer)
-                           .text("job", open.error.job)
-                           .text("error_code", open.error.code)
-                           .text("severity", open.error.severity)
-                           .text("service_code", open.error.service_code)
-                           .text("text", open.error.text)
-                           .number("event", open.event)
-                           .line());
+        m_output.answer(Occurrence("open error")
+                            .text("printer", open.error.printer)
+                            .text("job", open.error.job)
+                            .text("error_code", open.error.code)
+                            .text("severity", open.error.severity)
+                            .text("service_code", open.error.service_code)
+                            .text("text", open.error.text)
+                            .number("event", open.event)
+                            .line());
     }
-    output_.answer(
+    m_output.answer(
         Occurrence("listed")
             .number("errors", errors.size())
-            .number("events", service_.model().newest_event())
-            .word("listening", service_.is_listening() ? "yes" : "no")
-            .number("connections", service_.connection_count())
-            .text("fault", service_.faults().description())
-            .word("retell", service_.model().is_retelling() ? "on" : "off")
-            .number("hold_ms", static_cast<std::uint64_t>(service_.hold().count()))
-            .number("carry_out_ms", static_cast<std::uint64_t>(service_.carry_out().count()))
+            .number("events", m_service.model().newest_event())
+            .word("listening", m_service.is_listening() ? "yes" : "no")
+            .number("connections", m_service.connection_count())
+            .text("fault", m_service.faults().description())
+            .word("retell", m_service.model().is_retelling() ? "on" : "off")
+            .number("hold_ms", static_cast<std::uint64_t>(m_service.hold().count()))
+            .number("carry_out_ms", static_cast<std::uint64_t>(m_service.carry_out().count()))
             .line());
 }
 
 void CommandInterpreter::help() {
     for (const CommandEntry& entry : commands()) {
-        output_.answer("  " + std::string(entry.usage));
-        output_.answer("      " + std::string(entry.help));
+        m_output.answer("  " + std::string(entry.usage));
+        m_output.answer("      " + std::string(entry.help));
     }
-    output_.answer("  A time in front lets a line wait: \"+500ms COMMAND\", \"@2s COMMAND\".");
-    output_.answer("  Put names with blanks in quotes; \\n, \\\", \\xFF and so on work there.");
+    m_output.answer("  A time in front lets a line wait: \"+500ms COMMAND\", \"@2s COMMAND\".");
+    m_output.answer("  Put names with blanks in quotes; \\n, \\\", \\xFF and so on work there.");
 }
 
 void CommandInterpreter::help_with(const CommandEntry& command) {
-    output_.answer("  " + std::string(command.usage));
-    output_.answer("      " + std::string(command.help));
+    m_output.answer("  " + std::string(command.usage));
+    m_output.answer("      " + std::string(command.help));
     std::istringstream details{std::string(command.details)};
     for (std::string line; std::getline(details, line);) {
-        output_.answer("      " + line);
+        m_output.answer("      " + line);
     }
     if (command.parser != &CommandInterpreter::parse_fault) {
         return;
     }
     for (const FaultWord& word : fault_words()) {
-        output_.answer("  " + std::string(word.usage));
-        output_.answer("      " + std::string(word.help));
+        m_output.answer("  " + std::string(word.usage));
+        m_output.answer("      " + std::string(word.help));
     }
 }
 

@@ -16,56 +16,56 @@
 
 namespace printer_simulator {
 
-/// Where the interpreter's output goes.
+// Where the interpreter's output goes.
 struct InterpreterOutput {
-    /// An answer to `list` or `help`: one line without its line end.
+    // An answer to `list` or `help`: one line without its line end.
     std::function<void(std::string_view line)> answer;
-    /// A line that was not understood or failed: `where` is "source:line".
+    // A line that was not understood or failed: `where` is "source:line".
     std::function<void(const std::string& where, const std::string& message)> complain;
-    /// The command `quit`.
+    // The command `quit`.
     std::function<void()> quit;
 };
 
-/// A scenario file that has been read.
+// A scenario file that has been read.
 struct Scenario {
     struct Line {
-        char sign; ///< '+', '@', or 0 for a line without a time
+        char sign; // '+', '@', or 0 for a line without a time
         std::chrono::milliseconds time;
-        std::function<void()> action;           ///< may throw std::runtime_error
-        std::string where;                      ///< "source:line"
-        std::optional<Expectation> expectation; ///< set when that is what the line is
+        std::function<void()> action;           // may throw std::runtime_error
+        std::string where;                      // "source:line"
+        std::optional<Expectation> expectation; // set when that is what the line is
     };
-    std::vector<Line> lines; ///< those that were understood
+    std::vector<Line> lines; // those that were understood
     unsigned bad_lines = 0;
 };
 
-/// Understands command lines and scenario files.
-///
-/// A line is empty, a comment that starts with `#`, a command, or a time and a command:
-/// `+500ms error ...`, `@2s error ...`. All for the service's thread.
+// Understands command lines and scenario files.
+//
+// A line is empty, a comment that starts with `#`, a command, or a time and a command:
+// `+500ms error ...`, `@2s error ...`. All for the service's thread.
 class CommandInterpreter {
 public:
-    /// Service, timeline, expectations and what the output functions use must outlive the
-    /// interpreter.
+    // Service, timeline, expectations and what the output functions use must outlive the
+    // interpreter.
     CommandInterpreter(PrinterService& service, Timeline& timeline, Expectations& expectations,
                        InterpreterOutput output);
 
-    /// Carries out one line that came at this moment: a plain one at once, `+TIME` after that
-    /// time, `@TIME` that long after the interpreter was made. Complains about a bad line.
+    // Carries out one line that came at this moment: a plain one at once, `+TIME` after that
+    // time, `@TIME` that long after the interpreter was made. Complains about a bad line.
     void execute(std::string_view line, const std::string& where);
 
-    /// Reads the text of a scenario. Complains about each line that it does not understand.
+    // Reads the text of a scenario. Complains about each line that it does not understand.
     Scenario read_scenario(std::string_view text, const std::string& source);
 
-    /// Plays a scenario from now on: a plain line together with the line before it, `+TIME` that
-    /// long after the line before it, `@TIME` that long after the start.
-    ///
-    /// What follows an `expect` waits until it is settled, and counts its times from there.
-    /// `expect command` and `expect status` lines in a row, without a time, wait together.
+    // Plays a scenario from now on: a plain line together with the line before it, `+TIME` that
+    // long after the line before it, `@TIME` that long after the start.
+    //
+    // What follows an `expect` waits until it is settled, and counts its times from there.
+    // `expect command` and `expect status` lines in a row, without a time, wait together.
     void play(const Scenario& scenario);
 
-    /// Checks a command without a time in front and gives what carries it out, which may throw
-    /// std::runtime_error. Throws CommandError when the command is not understood.
+    // Checks a command without a time in front and gives what carries it out, which may throw
+    // std::runtime_error. Throws CommandError when the command is not understood.
     std::function<void()> parse_command(std::string_view line, const std::string& where);
 
 private:
@@ -124,14 +124,14 @@ private:
     void run(const Action& action, const std::string& where);
     void repeat_every(const Repetition& repetition, std::uint64_t number);
 
-    PrinterService& service_;
-    Timeline& timeline_;
-    Expectations& expectations_;
-    InterpreterOutput output_;
-    const Clock::time_point made_at_ = Clock::now();
+    PrinterService& m_service;
+    Timeline& m_timeline;
+    Expectations& m_expectations;
+    InterpreterOutput m_output;
+    const Clock::time_point m_made_at = Clock::now();
 };
 
-/// Reads the words after `fault`. Throws CommandError when they name no fault.
+// Reads the words after `fault`. Throws CommandError when they name no fault.
 Fault parse_fault_words(Tokenizer& words);
 
 } // namespace printer_simulator

@@ -14,34 +14,34 @@ constexpr std::chrono::milliseconds CLOSING_GRACE{5000};
 
 Connection::Connection(std::uint64_t id, GSocketConnection* socket_connection,
                        GMainContext* context, RequestFunction requested, FinishedFunction finished)
-    : id_(id), connection_(G_SOCKET_CONNECTION(g_object_ref(socket_connection))),
-      socket_(g_socket_connection_get_socket(socket_connection)), context_(context),
-      requested_(std::move(requested)), finished_(std::move(finished)) {
-    g_socket_set_blocking(socket_, FALSE);
+    : m_id(id), m_connection(G_SOCKET_CONNECTION(g_object_ref(socket_connection))),
+      m_socket(g_socket_connection_get_socket(socket_connection)), m_context(context),
+      m_requested(std::move(requested)), m_finished(std::move(finished)) {
+    g_socket_set_blocking(m_socket, FALSE);
 }
 
 Connection::~Connection() {
-    finished_ = nullptr;
+    m_finished = nullptr;
     finish();
 }
 
 void Connection::start() {
-    input_ =
-        MainSource::socket_watch(context_, socket_, G_IO_IN, [this] { return read_available(); });
+    m_input =
+        MainSource::socket_watch(m_context, m_socket, G_IO_IN, [this] { return read_available(); });
 }
 
 std::string_view Connection::outcome() const noexcept {
-    if (received_bytes_ == 0) {
+    if (m_received_bytes == 0) {
         return "silent";
     }
-    return everything_sent_ ? "served" : "broken";
+    return m_everything_sent ? "served" : "broken";
 }
 
 bool Connection::read_available() {
     std::array<char, 65536> buffer;
     GError* raw_error = nullptr;
     const gssize count =
-        g_socket_receive(socket_, buffer.data(), buffer.size(), nullptr, &raw_error);
+        g_socket_receive(m_socket, buffer.data(), buffer.size(), nullptr, &raw_error);
     const GErrorPtr error(raw_error);
     if (count > 0) {
         take({buffer.data(), static_cast<std::size_t>(count)});
@@ -51,71 +51,71 @@ bool Connection::read_available() {
     } else if (!g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK)) {
         finish();
     }
-    return state_ != State::closed;
+    return m_state != State::closed;
 }
 
 void Connection::take(std::string_view bytes) {
-    received_bytes_ += bytes.size();
-    if (state_ != State::reading) {
+    m_received_bytes += bytes.size();
+    if (m_state != State::reading) {
         return;
     }
-    request_.feed(bytes);
-    if (request_.state() == FrameReader::State::too_long) {
+    m_request.feed(bytes);
+    if (m_request.state() == FrameReader::State::too_long) {
         finish();
-    } else if (request_.state() == FrameReader::State::complete) {
-        state_ = State::waiting;
-        requested_(*this);
+    } else if (m_request.state() == FrameReader::State::complete) {
+        m_state = State::waiting;
+        m_requested(*this);
     }
 }
 
 void Connection::reply(ReplyPlan plan) {
-    if (state_ != State::waiting) {
+    if (m_state != State::waiting) {
         return;
     }
-    reply_ = std::move(plan);
-    if (reply_.withheld) {
+    m_reply = std::move(plan);
+    if (m_reply.withheld) {
         return;
     }
-    if (reply_.delay.count() == 0) {
+    if (m_reply.delay.count() == 0) {
         begin_sending();
         return;
     }
-    timer_ = MainSource::timer(context_, reply_.delay, [this] {
+    m_timer = MainSource::timer(m_context, m_reply.delay, [this] {
         begin_sending();
         return false;
     });
 }
 
 void Connection::begin_sending() {
-    if (reply_.reset) {
+    if (m_reply.reset) {
         reset();
         return;
     }
-    state_ = State::sending;
-    if (!reply_.byte_interval) {
+    m_state = State::sending;
+    if (!m_reply.byte_interval) {
         send_more();
         return;
     }
-    timer_ = MainSource::timer(context_, *reply_.byte_interval,
-                               [this] { return send_piece(1) && state_ == State::sending; });
+    m_timer = MainSource::timer(m_context, *m_reply.byte_interval,
+                                [this] { return send_piece(1) && m_state == State::sending; });
 }
 
 void Connection::send_more() {
-    if (!send_piece(reply_.bytes.size()) || state_ != State::sending || output_) {
+    if (!send_piece(m_reply.bytes.size()) || m_state != State::sending || m_output) {
         return;
     }
-    output_ = MainSource::socket_watch(context_, socket_, G_IO_OUT, [this] {
-        return send_piece(reply_.bytes.size()) && state_ == State::sending;
+    m_output = MainSource::socket_watch(m_context, m_socket, G_IO_OUT, [this] {
+        return send_piece(m_reply.bytes.size()) && m_state == State::sending;
     });
 }
 
 bool Connection::send_piece(std::size_t limit) {
     const std::size_t size =
-        std::min(limit, reply_.bytes.size() - static_cast<std::size_t>(sent_bytes_));
+        std::min(limit, m_reply.bytes.size() - static_cast<std::size_t>(m_sent_bytes));
     GError* raw_error = nullptr;
     const gssize count = size == 0 ? 0
-                                   : g_socket_send(socket_, reply_.bytes.data() + sent_bytes_, size,
-                                                   nullptr, &raw_error);
+                                   : g_socket_send(m_socket, m_reply.bytes.data() + m_sent_bytes,
+                                                   size, nullptr, &raw_error);
     const GErrorPtr error(raw_error);
     if (count < 0) {
         const bool later = g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK);
@@ -124,25 +124,25 @@ bool Connection::send_piece(std::size_t limit) {
         }
         return later;
     }
-    sent_bytes_ += static_cast<std::uint64_t>(count);
-    if (sent_bytes_ == reply_.bytes.size()) {
+    m_sent_bytes += static_cast<std::uint64_t>(count);
+    if (m_sent_bytes == m_reply.bytes.size()) {
         all_sent();
     }
     return true;
 }
 
 void Connection::all_sent() {
-    everything_sent_ = true;
-    state_ = State::closing;
-    if (peer_is_done_) {
+    m_everything_sent = true;
+    m_state = State::closing;
+    if (m_peer_is_done) {
         finish();
         return;
     }
-    if (reply_.hold_open) {
+    if (m_reply.hold_open) {
         return;
     }
-    g_socket_shutdown(socket_, FALSE, TRUE, nullptr);
-    timer_ = MainSource::timer(context_, CLOSING_GRACE, [this] {
+    g_socket_shutdown(m_socket, FALSE, TRUE, nullptr);
+    m_timer = MainSource::timer(m_context, CLOSING_GRACE, [this] {
         finish();
         return false;
     });
@@ -150,9 +150,9 @@ void Connection::all_sent() {
 
 void Connection::peer_closed() {
     // A peer that has shut down only its sending side still gets its reply.
-    peer_is_done_ = true;
+    m_peer_is_done = true;
     const bool reply_is_due =
-        state_ == State::sending || (state_ == State::waiting && !reply_.withheld);
+        m_state == State::sending || (m_state == State::waiting && !m_reply.withheld);
     if (!reply_is_due) {
         finish();
     }
@@ -161,24 +161,24 @@ void Connection::peer_closed() {
 void Connection::reset() {
     // A socket that is closed with this on and no time left to linger is reset by the kernel.
     const linger at_once{1, 0};
-    ::setsockopt(g_socket_get_fd(socket_), SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+    ::setsockopt(g_socket_get_fd(m_socket), SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
     finish();
 }
 
 void Connection::finish() {
-    if (state_ == State::closed) {
+    if (m_state == State::closed) {
         return;
     }
-    state_ = State::closed;
-    input_.reset();
-    output_.reset();
-    timer_.reset();
-    g_io_stream_close(G_IO_STREAM(connection_.get()), nullptr, nullptr);
-    if (finished_) {
-        finished_(*this);
+    m_state = State::closed;
+    m_input.reset();
+    m_output.reset();
+    m_timer.reset();
+    g_io_stream_close(G_IO_STREAM(m_connection.get()), nullptr, nullptr);
+    if (m_finished) {
+        m_finished(*this);
     }
-    request_ = {};
-    reply_ = {};
+    m_request = {};
+    m_reply = {};
 }
 
 } // namespace printer_simulator

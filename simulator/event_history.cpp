@@ -12,16 +12,16 @@ constexpr std::size_t ALIAS_LIMIT = 16;
 
 } // namespace
 
-EventHistory::EventHistory(std::size_t limit) : limit_(std::max<std::size_t>(limit, 1)) {}
+EventHistory::EventHistory(std::size_t limit) : m_limit(std::max<std::size_t>(limit, 1)) {}
 
 EventNumber EventHistory::append(std::string text, bool pinned) {
-    const EventNumber number = ++newest_;
-    const auto [use, is_new] = texts_.try_emplace(std::move(text), TextUse{number, 0});
+    const EventNumber number = ++m_newest;
+    const auto [use, is_new] = m_texts.try_emplace(std::move(text), TextUse{number, 0});
     ++use->second.events;
-    events_.emplace_hint(events_.end(), number, Stored{&use->first, pinned});
-    if (number > limit_) {
-        const auto oldest = events_.find(number - limit_);
-        if (oldest != events_.end() && !oldest->second.pinned) {
+    m_events.emplace_hint(m_events.end(), number, Stored{&use->first, pinned});
+    if (number > m_limit) {
+        const auto oldest = m_events.find(number - m_limit);
+        if (oldest != m_events.end() && !oldest->second.pinned) {
             drop(oldest);
         }
     }
@@ -29,8 +29,8 @@ EventNumber EventHistory::append(std::string text, bool pinned) {
 }
 
 void EventHistory::unpin(EventNumber number) {
-    const auto event = events_.find(number);
-    if (event == events_.end()) {
+    const auto event = m_events.find(number);
+    if (event == m_events.end()) {
         return;
     }
     event->second.pinned = false;
@@ -40,68 +40,68 @@ void EventHistory::unpin(EventNumber number) {
 }
 
 void EventHistory::drop(std::map<EventNumber, Stored>::iterator event) {
-    const auto use = texts_.find(*event->second.text);
+    const auto use = m_texts.find(*event->second.text);
     if (--use->second.events == 0) {
-        texts_.erase(use);
+        m_texts.erase(use);
     }
-    events_.erase(event);
+    m_events.erase(event);
 }
 
 std::optional<EventHistory::Event> EventHistory::next_after(EventNumber number) const {
-    const auto event = events_.upper_bound(number);
-    if (event == events_.end()) {
+    const auto event = m_events.upper_bound(number);
+    if (event == m_events.end()) {
         return std::nullopt;
     }
     return Event{event->first, *event->second.text};
 }
 
 std::optional<EventHistory::Event> EventHistory::newest() const {
-    return find(newest_);
+    return find(m_newest);
 }
 
 std::optional<EventHistory::Event> EventHistory::find(EventNumber number) const {
-    const auto event = events_.find(number);
-    if (event == events_.end()) {
+    const auto event = m_events.find(number);
+    if (event == m_events.end()) {
         return std::nullopt;
     }
     return Event{event->first, *event->second.text};
 }
 
 void EventHistory::mark_sent(EventNumber number) {
-    const auto event = events_.find(number);
-    if (event == events_.end()) {
+    const auto event = m_events.find(number);
+    if (event == m_events.end()) {
         return;
     }
-    texts_.find(*event->second.text)->second.position = number;
+    m_texts.find(*event->second.text)->second.position = number;
     if (event->second.text->empty()) {
         alias("", number);
     }
 }
 
 void EventHistory::alias(std::string_view text, EventNumber number) {
-    aliases_.push_back({text.size(), std::hash<std::string_view>{}(text), number});
-    if (aliases_.size() > ALIAS_LIMIT) {
-        aliases_.pop_front();
+    m_aliases.push_back({text.size(), std::hash<std::string_view>{}(text), number});
+    if (m_aliases.size() > ALIAS_LIMIT) {
+        m_aliases.pop_front();
     }
 }
 
 std::optional<EventNumber> EventHistory::position_of(std::string_view quoted) {
     if (!quoted.empty()) {
-        const auto use = texts_.find(std::string(quoted));
-        if (use != texts_.end()) {
+        const auto use = m_texts.find(std::string(quoted));
+        if (use != m_texts.end()) {
             return use->second.position;
         }
     }
     const std::size_t hash = std::hash<std::string_view>{}(quoted);
-    const auto found = std::find_if(aliases_.rbegin(), aliases_.rend(), [&](const Alias& known) {
+    const auto found = std::find_if(m_aliases.rbegin(), m_aliases.rend(), [&](const Alias& known) {
         return known.size == quoted.size() && known.hash == hash;
     });
-    if (found == aliases_.rend()) {
+    if (found == m_aliases.rend()) {
         return std::nullopt;
     }
     const EventNumber number = found->number;
     if (quoted.empty()) {
-        std::erase_if(aliases_, [](const Alias& known) { return known.size == 0; });
+        std::erase_if(m_aliases, [](const Alias& known) { return known.size == 0; });
     }
     return number;
 }

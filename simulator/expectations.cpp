@@ -88,7 +88,7 @@ Expectation parse_expectation_words(Tokenizer& words) {
 }
 
 Expectations::Expectations(Timeline& timeline, std::function<void(const Occurrence&)> tell)
-    : timeline_(timeline), tell_(std::move(tell)) {}
+    : m_timeline(timeline), m_tell(std::move(tell)) {}
 
 void Expectations::begin(const Expectation& expectation, const std::string& where,
                          std::function<void()> settled) {
@@ -97,8 +97,8 @@ void Expectations::begin(const Expectation& expectation, const std::string& wher
     waiting.where = where;
     waiting.settled = std::move(settled);
     waiting.since = Clock::now();
-    const Place place = waiting_.insert(waiting_.end(), std::move(waiting));
-    place->deadline = timeline_.at(place->since + expectation.time, [this, place] {
+    const Place place = m_waiting.insert(m_waiting.end(), std::move(waiting));
+    place->deadline = m_timeline.at(place->since + expectation.time, [this, place] {
         settle(place, place->expectation.kind == Kind::no_command);
     });
 }
@@ -109,7 +109,7 @@ void Expectations::saw(const Occurrence& occurrence) {
     } else if (occurrence.words() == "request status") {
         saw_status();
     } else if (occurrence.words() == "request unreadable") {
-        for (Waiting& waiting : waiting_) {
+        for (Waiting& waiting : m_waiting) {
             ++waiting.unreadable_requests;
         }
     }
@@ -119,16 +119,17 @@ void Expectations::saw_command(const Occurrence& occurrence) {
     const int action = std::stoi(occurrence.value("action"));
     const std::string words =
         command_words(action, occurrence.value("printer"), occurrence.value("job"));
-    const auto meant = std::find_if(waiting_.begin(), waiting_.end(), [&](const Waiting& waiting) {
-        const Expectation& expected = waiting.expectation;
-        return expected.kind == Kind::command &&
-               words == command_words(expected.action, expected.printer, expected.job);
-    });
-    if (meant != waiting_.end()) {
+    const auto meant =
+        std::find_if(m_waiting.begin(), m_waiting.end(), [&](const Waiting& waiting) {
+            const Expectation& expected = waiting.expectation;
+            return expected.kind == Kind::command &&
+                   words == command_words(expected.action, expected.printer, expected.job);
+        });
+    if (meant != m_waiting.end()) {
         settle(meant, true);
         return;
     }
-    for (Place next = waiting_.begin(); next != waiting_.end();) {
+    for (Place next = m_waiting.begin(); next != m_waiting.end();) {
         const Place waiting = next++;
         waiting->commands.push_back(words);
         if (waiting->expectation.kind == Kind::no_command) {
@@ -138,7 +139,7 @@ void Expectations::saw_command(const Occurrence& occurrence) {
 }
 
 void Expectations::saw_status() {
-    for (Place next = waiting_.begin(); next != waiting_.end();) {
+    for (Place next = m_waiting.begin(); next != m_waiting.end();) {
         const Place waiting = next++;
         ++waiting->status_requests;
         if (waiting->expectation.kind == Kind::status) {
@@ -149,8 +150,8 @@ void Expectations::saw_status() {
 
 void Expectations::settle(Place place, bool met) {
     const Waiting waiting = std::move(*place);
-    waiting_.erase(place);
-    missed_ += met ? 0U : 1U;
+    m_waiting.erase(place);
+    m_missed += met ? 0U : 1U;
     const auto after =
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - waiting.since);
     Occurrence occurrence(met ? "expectation met" : "expectation missed");
@@ -160,15 +161,15 @@ void Expectations::settle(Place place, bool met) {
     if (!met) {
         occurrence.text("came", what_came(waiting));
     }
-    tell_(occurrence);
+    m_tell(occurrence);
     // Also without anything to follow: the timeline is to notice that nobody waits any more. And
     // before the deadline goes, lest it notice too early.
-    timeline_.at(Clock::now(), [settled = waiting.settled] {
+    m_timeline.at(Clock::now(), [settled = waiting.settled] {
         if (settled) {
             settled();
         }
     });
-    timeline_.cancel(waiting.deadline);
+    m_timeline.cancel(waiting.deadline);
 }
 
 std::string Expectations::what_came(const Waiting& waiting) {
@@ -191,8 +192,8 @@ std::string Expectations::what_came(const Waiting& waiting) {
 }
 
 void Expectations::end() {
-    while (!waiting_.empty()) {
-        settle(waiting_.begin(), false);
+    while (!m_waiting.empty()) {
+        settle(m_waiting.begin(), false);
     }
 }
 

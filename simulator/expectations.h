@@ -14,50 +14,50 @@
 
 namespace printer_simulator {
 
-/// One thing that is expected, from the moment on at which its command runs.
+// One thing that is expected, from the moment on at which its command runs.
 struct Expectation {
     enum class Kind {
-        command,    ///< this job command comes within `time`
-        no_command, ///< no job command comes for `time`, but those that others expect
-        status,     ///< a status request comes within `time`
+        command,    // this job command comes within `time`
+        no_command, // no job command comes for `time`, but those that others expect
+        status,     // a status request comes within `time`
     };
 
     Kind kind = Kind::status;
-    int action = 0;      ///< Kind::command only, as the two below
-    std::string printer; ///< exact bytes
-    std::string job;     ///< exact bytes
+    int action = 0;      // Kind::command only, as the two below
+    std::string printer; // exact bytes
+    std::string job;     // exact bytes
     std::chrono::milliseconds time{0};
 
-    /// The words after `expect` that give this expectation again.
+    // The words after `expect` that give this expectation again.
     std::string description() const;
 };
 
-/// Reads the words after `expect`. Throws CommandError when they make no sense.
+// Reads the words after `expect`. Throws CommandError when they make no sense.
 Expectation parse_expectation_words(Tokenizer& words);
 
-/// Holds what happens against what is expected.
-///
-/// Each job command meets at most one expectation, the oldest that waits for it. An expectation is
-/// settled once: `expectation met` or `expectation missed` is told, with what came instead, and
-/// then the timeline runs what was to follow. All for the timeline's thread.
+// Holds what happens against what is expected.
+//
+// Each job command meets at most one expectation, the oldest that waits for it. An expectation is
+// settled once: `expectation met` or `expectation missed` is told, with what came instead, and
+// then the timeline runs what was to follow. All for the timeline's thread.
 class Expectations {
 public:
-    /// `tell` gets the two occurrences above. The timeline must outlive this.
+    // `tell` gets the two occurrences above. The timeline must outlive this.
     Expectations(Timeline& timeline, std::function<void(const Occurrence&)> tell);
 
-    /// Waits for `expectation` from now on. `where` names its line. `settled` runs after it was
-    /// settled, from the timeline.
+    // Waits for `expectation` from now on. `where` names its line. `settled` runs after it was
+    // settled, from the timeline.
     void begin(const Expectation& expectation, const std::string& where,
                std::function<void()> settled = {});
 
-    /// Takes notice of what happened in the service. Safe in the middle of the service's work.
+    // Takes notice of what happened in the service. Safe in the middle of the service's work.
     void saw(const Occurrence& occurrence);
 
-    /// Gives up what still waits: it is missed.
+    // Gives up what still waits: it is missed.
     void end();
 
-    /// How many were missed so far.
-    std::size_t missed() const noexcept { return missed_; }
+    // How many were missed so far.
+    std::size_t missed() const noexcept { return m_missed; }
 
 private:
     using Clock = Timeline::Clock;
@@ -79,10 +79,10 @@ private:
     void settle(Place waiting, bool met);
     static std::string what_came(const Waiting& waiting);
 
-    Timeline& timeline_;
-    std::function<void(const Occurrence&)> tell_;
-    std::list<Waiting> waiting_;
-    std::size_t missed_ = 0;
+    Timeline& m_timeline;
+    std::function<void(const Occurrence&)> m_tell;
+    std::list<Waiting> m_waiting;
+    std::size_t m_missed = 0;
 };
 
 } // namespace printer_simulator

@@ -1,8 +1,8 @@
 #include "glib_support.h"
 
-#include <glib-unix.h>
-
 #include <stdexcept>
+
+#include <glib-unix.h>
 
 namespace printer_simulator {
 
@@ -38,7 +38,7 @@ GSource* attached(GSource* source, GMainContext* context, GSourceFunc function, 
 MainSource& MainSource::operator=(MainSource&& other) noexcept {
     if (this != &other) {
         reset();
-        source_ = std::exchange(other.source_, nullptr);
+        m_source = std::exchange(other.m_source, nullptr);
     }
     return *this;
 }
@@ -69,7 +69,7 @@ MainSource MainSource::unix_signal(GMainContext* context, int signal_number, Han
 }
 
 void MainSource::reset() noexcept {
-    if (GSource* source = std::exchange(source_, nullptr)) {
+    if (GSource* source = std::exchange(m_source, nullptr)) {
         g_source_destroy(source);
         g_source_unref(source);
     }

@@ -7,16 +7,16 @@ namespace printer_simulator {
 void LineSplitter::feed(std::string_view bytes) {
     for (std::size_t end = bytes.find('\n'); end != std::string_view::npos;
          end = bytes.find('\n')) {
-        pending_ += bytes.substr(0, end);
+        m_pending += bytes.substr(0, end);
         bytes.remove_prefix(end + 1);
-        line_function_(std::exchange(pending_, {}), ++number_);
+        m_line_function(std::exchange(m_pending, {}), ++m_number);
     }
-    pending_ += bytes;
+    m_pending += bytes;
 }
 
 void LineSplitter::end() {
-    if (!pending_.empty()) {
-        line_function_(std::exchange(pending_, {}), ++number_);
+    if (!m_pending.empty()) {
+        m_line_function(std::exchange(m_pending, {}), ++m_number);
     }
 }
 

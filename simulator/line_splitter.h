@@ -7,21 +7,21 @@
 
 namespace printer_simulator {
 
-/// Collects bytes and hands out whole lines, without their line feed, with numbers from 1.
+// Collects bytes and hands out whole lines, without their line feed, with numbers from 1.
 class LineSplitter {
 public:
     using LineFunction = std::function<void(std::string_view line, unsigned number)>;
 
-    explicit LineSplitter(LineFunction line_function) : line_function_(std::move(line_function)) {}
+    explicit LineSplitter(LineFunction line_function) : m_line_function(std::move(line_function)) {}
 
     void feed(std::string_view bytes);
-    /// Hands out a last line that has no line feed.
+    // Hands out a last line that has no line feed.
     void end();
 
 private:
-    LineFunction line_function_;
-    std::string pending_;
-    unsigned number_ = 0;
+    LineFunction m_line_function;
+    std::string m_pending;
+    unsigned m_number = 0;
 };
 
 } // namespace printer_simulator

@@ -39,12 +39,12 @@ std::string escaped_text(std::string_view text) {
 }
 
 Occurrence& Occurrence::text(std::string key, std::string_view value) {
-    fields_.push_back({std::move(key), std::string(value), true});
+    m_fields.push_back({std::move(key), std::string(value), true});
     return *this;
 }
 
 Occurrence& Occurrence::word(std::string key, std::string_view value) {
-    fields_.push_back({std::move(key), std::string(value), false});
+    m_fields.push_back({std::move(key), std::string(value), false});
     return *this;
 }
 
@@ -53,17 +53,17 @@ Occurrence& Occurrence::number(std::string key, std::uint64_t value) {
 }
 
 Occurrence& Occurrence::routine(bool value) {
-    routine_ = value;
+    m_routine = value;
     return *this;
 }
 
 bool Occurrence::has(std::string_view key) const {
-    return std::any_of(fields_.begin(), fields_.end(),
+    return std::any_of(m_fields.begin(), m_fields.end(),
                        [key](const Field& field) { return field.key == key; });
 }
 
 std::string Occurrence::value(std::string_view key) const {
-    for (const Field& field : fields_) {
+    for (const Field& field : m_fields) {
         if (field.key == key) {
             return field.value;
         }
@@ -72,8 +72,8 @@ std::string Occurrence::value(std::string_view key) const {
 }
 
 std::string Occurrence::line() const {
-    std::string out = words_;
-    for (const Field& field : fields_) {
+    std::string out = m_words;
+    for (const Field& field : m_fields) {
         out += ' ';
         out += field.key;
         out += '=';

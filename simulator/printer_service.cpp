@@ -39,11 +39,11 @@ std::string_view quoted_text(const Connection& connection) {
 } // namespace
 
 PrinterService::PrinterService(ServiceObserver observer, std::size_t history_limit)
-    : observer_(std::move(observer)), context_(g_main_context_ref_thread_default()),
-      model_(history_limit) {}
+    : m_observer(std::move(observer)), m_context(g_main_context_ref_thread_default()),
+      m_model(history_limit) {}
 
 PrinterService::~PrinterService() {
-    observer_ = {};
+    m_observer = {};
     stop();
 }
 
@@ -66,8 +66,8 @@ bool PrinterService::try_listen(std::uint16_t port, GErrorPtr& error) {
     };
     g_signal_connect(listener.get(), "incoming", G_CALLBACK(incoming), this);
     g_socket_service_start(listener.get());
-    listener_ = std::move(listener);
-    port_ = port;
+    m_listener = std::move(listener);
+    m_port = port;
     return true;
 }
 
@@ -92,30 +92,30 @@ void PrinterService::listen(std::uint16_t port) {
 }
 
 void PrinterService::stop_listening() {
-    if (listener_ == nullptr) {
+    if (m_listener == nullptr) {
         return;
     }
-    g_signal_handlers_disconnect_by_data(listener_.get(), this);
-    g_socket_service_stop(listener_.get());
-    g_socket_listener_close(G_SOCKET_LISTENER(listener_.get()));
-    listener_.reset();
+    g_signal_handlers_disconnect_by_data(m_listener.get(), this);
+    g_socket_service_stop(m_listener.get());
+    g_socket_listener_close(G_SOCKET_LISTENER(m_listener.get()));
+    m_listener.reset();
 }
 
 void PrinterService::resume_listening() {
-    if (listener_ == nullptr && port_ != 0) {
-        listen(port_);
+    if (m_listener == nullptr && m_port != 0) {
+        listen(m_port);
     }
 }
 
 void PrinterService::accepted(GSocketConnection* socket_connection) {
-    finished_.clear();
-    const std::uint64_t id = ++last_connection_id_;
+    m_finished.clear();
+    const std::uint64_t id = ++m_last_connection_id;
     tell(Occurrence("connection opened").number("id", id).routine());
     auto connection = std::make_unique<Connection>(
-        id, socket_connection, context_.get(), [this](Connection& c) { take_request(c); },
+        id, socket_connection, m_context.get(), [this](Connection& c) { take_request(c); },
         [this](Connection& c) { connection_finished(c); });
     connection->start();
-    connections_.emplace(id, std::move(connection));
+    m_connections.emplace(id, std::move(connection));
 }
 
 void PrinterService::connection_finished(Connection& connection) {
@@ -131,17 +131,17 @@ void PrinterService::connection_finished(Connection& connection) {
              .number("received", connection.received_bytes())
              .number("sent", connection.sent_bytes())
              .routine(connection.outcome() != "broken"));
-    held_.erase(connection.id());
-    auto node = connections_.extract(connection.id());
+    m_held.erase(connection.id());
+    auto node = m_connections.extract(connection.id());
     if (!node.empty()) {
-        finished_.push_back(std::move(node.mapped()));
+        m_finished.push_back(std::move(node.mapped()));
     }
 }
 
 void PrinterService::take_request(Connection& connection) {
     const FrameReader& request = connection.request();
-    if (observer_.exchanged) {
-        observer_.exchanged(connection.id(), true, request.prefix() + request.text());
+    if (m_observer.exchanged) {
+        m_observer.exchanged(connection.id(), true, request.prefix() + request.text());
     }
     if (request.text().starts_with(STATUS_REQUEST)) {
         take_status_request(connection);
@@ -153,14 +153,14 @@ void PrinterService::take_request(Connection& connection) {
 }
 
 void PrinterService::take_status_request(Connection& connection) {
-    const StatusReply reply = model_.choose_reply(quoted_text(connection));
+    const StatusReply reply = m_model.choose_reply(quoted_text(connection));
     tell(Occurrence("request status")
              .number("connection", connection.id())
              .number("size", connection.request().text().size())
              .word("quoted", quoted_name(reply.quoted))
              .number("position", reply.position)
              .routine(reply.quoted == Quoted::known));
-    if (!reply.is_new && hold_.count() != 0) {
+    if (!reply.is_new && m_hold.count() != 0) {
         hold_request(connection);
     } else {
         answer_status(connection, reply);
@@ -169,19 +169,19 @@ void PrinterService::take_status_request(Connection& connection) {
 
 void PrinterService::hold_request(Connection& connection) {
     tell(Occurrence("request held").number("connection", connection.id()).routine());
-    held_[connection.id()] = MainSource::timer(context_.get(), hold_, [this, &connection] {
-        held_.erase(connection.id());
-        answer_status(connection, model_.choose_reply(quoted_text(connection)));
+    m_held[connection.id()] = MainSource::timer(m_context.get(), m_hold, [this, &connection] {
+        m_held.erase(connection.id());
+        answer_status(connection, m_model.choose_reply(quoted_text(connection)));
         return false;
     });
 }
 
 void PrinterService::answer_held() {
-    for (const auto& [id, timer] : std::exchange(held_, {})) {
-        const auto found = connections_.find(id);
-        if (found != connections_.end()) {
+    for (const auto& [id, timer] : std::exchange(m_held, {})) {
+        const auto found = m_connections.find(id);
+        if (found != m_connections.end()) {
             Connection& connection = *found->second;
-            answer_status(connection, model_.choose_reply(quoted_text(connection)));
+            answer_status(connection, m_model.choose_reply(quoted_text(connection)));
         }
     }
 }
@@ -191,18 +191,18 @@ void PrinterService::answer_status(Connection& connection, const StatusReply& re
     occurrence.number("connection", connection.id())
         .number("event", reply.event)
         .word("new", reply.is_new ? "yes" : "no");
-    SpoiledReply spoiled = with_fault(faults_.next_status_reply(), reply.text, occurrence);
+    SpoiledReply spoiled = with_fault(m_faults.next_status_reply(), reply.text, occurrence);
     const bool routine = reply.quoted == Quoted::known && !reply.is_new;
     tell(occurrence.routine(routine && !occurrence.has("fault")));
     switch (spoiled.delivery) {
     case SpoiledReply::Delivery::whole:
-        model_.reply_sent(reply);
+        m_model.reply_sent(reply);
         break;
     case SpoiledReply::Delivery::padded:
-        model_.reply_padded(reply, spoiled.text);
+        m_model.reply_padded(reply, spoiled.text);
         break;
     case SpoiledReply::Delivery::replaced:
-        model_.reply_spoiled(reply, spoiled.text);
+        m_model.reply_spoiled(reply, spoiled.text);
         break;
     case SpoiledReply::Delivery::failed:
         break;
@@ -211,7 +211,7 @@ void PrinterService::answer_status(Connection& connection, const StatusReply& re
 }
 
 void PrinterService::take_command(Connection& connection, const JobCommand& command) {
-    const CommandSubject subject = model_.subject_of(command);
+    const CommandSubject subject = m_model.subject_of(command);
     tell(Occurrence("request command")
              .number("connection", connection.id())
              .number("size", connection.request().text().size())
@@ -222,7 +222,7 @@ void PrinterService::take_command(Connection& connection, const JobCommand& comm
              .text("error_code", command.error_code)
              .word("known", subject.job_known ? "yes" : "no")
              .text("text", connection.request().text()));
-    if (carry_out_.count() == 0) {
+    if (m_carry_out.count() == 0) {
         execute(command, subject);
     } else if (subject.job_known && subject.action_known) {
         plan_command(command, subject);
@@ -239,22 +239,22 @@ void PrinterService::plan_command(const JobCommand& command, const CommandSubjec
              .text("printer", command.printer)
              .text("job", command.job)
              .word("action_name", action_name(command.action))
-             .number("after_ms", static_cast<std::uint64_t>(carry_out_.count())));
-    const std::uint64_t id = ++last_command_id_;
-    commands_[id] = MainSource::timer(context_.get(), carry_out_, [this, id, command, subject] {
+             .number("after_ms", static_cast<std::uint64_t>(m_carry_out.count())));
+    const std::uint64_t id = ++m_last_command_id;
+    m_commands[id] = MainSource::timer(m_context.get(), m_carry_out, [this, id, command, subject] {
         const bool done = execute(command, subject);
         tell(Occurrence("command carried out")
                  .text("printer", command.printer)
                  .text("job", command.job)
                  .word("action_name", action_name(command.action))
                  .word("withdrawn", done ? "yes" : "no"));
-        commands_.erase(id);
+        m_commands.erase(id);
         return false;
     });
 }
 
 bool PrinterService::execute(const JobCommand& command, const CommandSubject& subject) {
-    const CommandOutcome outcome = model_.execute(command, subject);
+    const CommandOutcome outcome = m_model.execute(command, subject);
     if (outcome.withdrawn) {
         tell_published(*outcome.withdrawn);
     }
@@ -277,14 +277,14 @@ void PrinterService::answer_command(Connection& connection, std::string_view res
     Occurrence occurrence("reply command");
     occurrence.number("connection", connection.id()).word("result", result);
     SpoiledReply spoiled =
-        with_fault(faults_.next_command_reply(), action_result_document(result), occurrence);
+        with_fault(m_faults.next_command_reply(), action_result_document(result), occurrence);
     tell(occurrence);
     send(connection, std::move(spoiled.plan));
 }
 
 void PrinterService::send(Connection& connection, ReplyPlan plan) {
-    if (observer_.exchanged && !plan.withheld && !plan.reset) {
-        observer_.exchanged(connection.id(), false, plan.bytes);
+    if (m_observer.exchanged && !plan.withheld && !plan.reset) {
+        m_observer.exchanged(connection.id(), false, plan.bytes);
     }
     connection.reply(std::move(plan));
 }
@@ -299,35 +299,35 @@ SpoiledReply PrinterService::with_fault(const std::optional<ActiveFaults::Turn>&
     if (turn->ended) {
         tell(Occurrence("fault ended").text("fault", turn->fault.description()));
     }
-    return spoiled_reply(turn->fault, text, random_);
+    return spoiled_reply(turn->fault, text, m_random);
 }
 
 void PrinterService::schedule_failure(const JobCommand& command, std::chrono::milliseconds after) {
-    const std::uint64_t id = ++last_failure_id_;
+    const std::uint64_t id = ++m_last_failure_id;
     tell(Occurrence("failure planned")
              .text("printer", command.printer)
              .text("job", command.job)
              .number("after_ms", static_cast<std::uint64_t>(after.count())));
-    failures_[id] = MainSource::timer(
-        context_.get(), after, [this, id, printer = command.printer, job = command.job] {
-            if (const auto event = model_.fail_again_now(printer, job)) {
+    m_failures[id] = MainSource::timer(
+        m_context.get(), after, [this, id, printer = command.printer, job = command.job] {
+            if (const auto event = m_model.fail_again_now(printer, job)) {
                 tell_published(*event);
             }
-            failures_.erase(id);
+            m_failures.erase(id);
             return false;
         });
 }
 
 void PrinterService::publish_error(const PrinterError& error) {
-    tell_published(model_.publish_error(error));
+    tell_published(m_model.publish_error(error));
 }
 
 void PrinterService::publish_raw(std::string text) {
-    tell_published(model_.publish_raw(std::move(text)));
+    tell_published(m_model.publish_raw(std::move(text)));
 }
 
 bool PrinterService::clear(const std::string& printer, const std::string& job) {
-    const auto event = model_.clear(printer, job);
+    const auto event = m_model.clear(printer, job);
     if (event) {
         tell_published(*event);
     }
@@ -335,7 +335,7 @@ bool PrinterService::clear(const std::string& printer, const std::string& job) {
 }
 
 std::size_t PrinterService::clear_all() {
-    const std::vector<PublishedEvent> events = model_.clear_all();
+    const std::vector<PublishedEvent> events = m_model.clear_all();
     for (const PublishedEvent& event : events) {
         tell_published(event);
     }
@@ -344,14 +344,14 @@ std::size_t PrinterService::clear_all() {
 
 void PrinterService::plan_failures(const std::string& printer, const std::string& job,
                                    std::uint64_t times, std::chrono::milliseconds after) {
-    model_.plan_failures(printer, job, times, after);
+    m_model.plan_failures(printer, job, times, after);
 }
 
 void PrinterService::set_fault(const Fault& fault) {
-    faults_.set(fault);
-    comeback_.reset();
+    m_faults.set(fault);
+    m_comeback.reset();
     tell(Occurrence("fault set").text("fault", fault.description()));
-    if (faults_.refuses()) {
+    if (m_faults.refuses()) {
         stop_listening();
     } else {
         resume_listening();
@@ -359,31 +359,31 @@ void PrinterService::set_fault(const Fault& fault) {
 }
 
 void PrinterService::set_retelling(bool on) {
-    model_.set_retelling(on);
+    m_model.set_retelling(on);
     tell_settings();
 }
 
 void PrinterService::set_hold(std::chrono::milliseconds time) {
-    hold_ = time;
+    m_hold = time;
     answer_held();
     tell_settings();
 }
 
 void PrinterService::set_carry_out(std::chrono::milliseconds time) {
-    carry_out_ = time;
+    m_carry_out = time;
     tell_settings();
 }
 
 void PrinterService::stop(std::optional<std::chrono::milliseconds> back_after) {
     stop_listening();
-    while (!connections_.empty()) {
-        connections_.begin()->second->finish();
+    while (!m_connections.empty()) {
+        m_connections.begin()->second->finish();
     }
-    finished_.clear();
-    tell(Occurrence("service stopped").number("port", port_));
-    comeback_.reset();
+    m_finished.clear();
+    tell(Occurrence("service stopped").number("port", m_port));
+    m_comeback.reset();
     if (back_after) {
-        comeback_ = MainSource::timer(context_.get(), *back_after, [this] {
+        m_comeback = MainSource::timer(m_context.get(), *back_after, [this] {
             try {
                 start();
                 return false;
@@ -399,10 +399,10 @@ void PrinterService::start() {
     if (is_listening()) {
         return;
     }
-    faults_.stop_refusing();
+    m_faults.stop_refusing();
     resume_listening();
-    comeback_.reset();
-    tell(Occurrence("service started").number("port", port_));
+    m_comeback.reset();
+    tell(Occurrence("service started").number("port", m_port));
 }
 
 void PrinterService::tell_published(const PublishedEvent& event) {
@@ -424,14 +424,14 @@ void PrinterService::tell_published(const PublishedEvent& event) {
 
 void PrinterService::tell_settings() const {
     tell(Occurrence("settings")
-             .word("retell", model_.is_retelling() ? "on" : "off")
-             .number("hold_ms", static_cast<std::uint64_t>(hold_.count()))
-             .number("carry_out_ms", static_cast<std::uint64_t>(carry_out_.count())));
+             .word("retell", m_model.is_retelling() ? "on" : "off")
+             .number("hold_ms", static_cast<std::uint64_t>(m_hold.count()))
+             .number("carry_out_ms", static_cast<std::uint64_t>(m_carry_out.count())));
 }
 
 void PrinterService::tell(const Occurrence& occurrence) const {
-    if (observer_.occurred) {
-        observer_.occurred(occurrence);
+    if (m_observer.occurred) {
+        m_observer.occurred(occurrence);
     }
 }
 

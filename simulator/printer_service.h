@@ -20,25 +20,25 @@
 
 namespace printer_simulator {
 
-/// The port of the printer service link.
+// The port of the printer service link.
 inline constexpr std::uint16_t PRINTER_SERVICE_PORT = 1753;
 
-/// Those who watch a service. Both are called on the service's thread, in the middle of the
-/// service's work: they may keep what they are told, but must not call the service.
+// Those who watch a service. Both are called on the service's thread, in the middle of the
+// service's work: they may keep what they are told, but must not call the service.
 struct ServiceObserver {
-    /// Something happened.
+    // Something happened.
     std::function<void(const Occurrence&)> occurred;
-    /// A request came in whole, or its reply is about to go out: the frame as it is on the wire.
+    // A request came in whole, or its reply is about to go out: the frame as it is on the wire.
     std::function<void(std::uint64_t connection, bool is_request, std::string_view frame)>
         exchanged;
 };
 
-/// One simulated printer service.
-///
-/// It belongs to the thread that makes it and to that thread's default main context
-/// (`g_main_context_push_thread_default`, or else the global default context), which must be
-/// running for connections to be served. All functions, the destructor too, are for that thread;
-/// `ServiceThread` carries calls from others over. Several services may run side by side.
+// One simulated printer service.
+//
+// It belongs to the thread that makes it and to that thread's default main context
+// (`g_main_context_push_thread_default`, or else the global default context), which must be
+// running for connections to be served. All functions, the destructor too, are for that thread;
+// `ServiceThread` carries calls from others over. Several services may run side by side.
 class PrinterService {
 public:
     explicit PrinterService(ServiceObserver observer = {},
@@ -47,50 +47,50 @@ public:
     PrinterService& operator=(const PrinterService&) = delete;
     ~PrinterService();
 
-    /// Starts to listen on 127.0.0.1. Port 0 takes a free one below the range from which the
-    /// kernel takes the ports of outgoing connections, so that no client gets it while the service
-    /// is stopped. Throws std::runtime_error with the reason when the port cannot be had.
+    // Starts to listen on 127.0.0.1. Port 0 takes a free one below the range from which the
+    // kernel takes the ports of outgoing connections, so that no client gets it while the service
+    // is stopped. Throws std::runtime_error with the reason when the port cannot be had.
     void listen(std::uint16_t port);
-    /// The port of the last `listen`; 0 before.
-    std::uint16_t port() const noexcept { return port_; }
-    bool is_listening() const noexcept { return listener_ != nullptr; }
+    // The port of the last `listen`; 0 before.
+    std::uint16_t port() const noexcept { return m_port; }
+    bool is_listening() const noexcept { return m_listener != nullptr; }
 
     void publish_error(const PrinterError& error);
     void publish_raw(std::string text);
-    /// False when the job has no open error.
+    // False when the job has no open error.
     bool clear(const std::string& printer, const std::string& job);
-    /// The number of errors withdrawn.
+    // The number of errors withdrawn.
     std::size_t clear_all();
     void plan_failures(const std::string& printer, const std::string& job, std::uint64_t times,
                        std::chrono::milliseconds after);
 
-    /// Puts a fault on show as `ActiveFaults::set` says. A refusal stops listening, any other fault
-    /// resumes it.
+    // Puts a fault on show as `ActiveFaults::set` says. A refusal stops listening, any other fault
+    // resumes it.
     void set_fault(const Fault& fault);
-    const ActiveFaults& faults() const noexcept { return faults_; }
+    const ActiveFaults& faults() const noexcept { return m_faults; }
 
-    /// Whether the newest event is told again when there is none newer, as
-    /// `PrinterModel::set_retelling` says.
+    // Whether the newest event is told again when there is none newer, as
+    // `PrinterModel::set_retelling` says.
     void set_retelling(bool on);
 
-    /// Lets a status request without news wait up to `time` for the next event before it is
-    /// answered; 0, as at first, answers at once. Requests that wait are answered now.
+    // Lets a status request without news wait up to `time` for the next event before it is
+    // answered; 0, as at first, answers at once. Requests that wait are answered now.
     void set_hold(std::chrono::milliseconds time);
-    std::chrono::milliseconds hold() const noexcept { return hold_; }
+    std::chrono::milliseconds hold() const noexcept { return m_hold; }
 
-    /// Lets a command take effect `time` after it came in, 0, as at first, at once. It is answered
-    /// at once in any case. Commands that are under way keep their time.
+    // Lets a command take effect `time` after it came in, 0, as at first, at once. It is answered
+    // at once in any case. Commands that are under way keep their time.
     void set_carry_out(std::chrono::milliseconds time);
-    std::chrono::milliseconds carry_out() const noexcept { return carry_out_; }
+    std::chrono::milliseconds carry_out() const noexcept { return m_carry_out; }
 
-    /// Stops listening and drops every connection, as when the service's process ends; the model
-    /// keeps its state. With a time it comes back by itself after that.
+    // Stops listening and drops every connection, as when the service's process ends; the model
+    // keeps its state. With a time it comes back by itself after that.
     void stop(std::optional<std::chrono::milliseconds> back_after = std::nullopt);
-    /// Listens again on the same port. Throws as `listen`.
+    // Listens again on the same port. Throws as `listen`.
     void start();
 
-    const PrinterModel& model() const noexcept { return model_; }
-    std::size_t connection_count() const noexcept { return connections_.size(); }
+    const PrinterModel& model() const noexcept { return m_model; }
+    std::size_t connection_count() const noexcept { return m_connections.size(); }
 
 private:
     bool try_listen(std::uint16_t port, GErrorPtr& error);
@@ -118,24 +118,24 @@ private:
     void tell_settings() const;
     void tell(const Occurrence& occurrence) const;
 
-    ServiceObserver observer_;
-    GMainContextPtr context_;
-    PrinterModel model_;
-    std::uint16_t port_ = 0;
-    GObjectPtr<GSocketService> listener_;
-    ActiveFaults faults_;
-    std::mt19937 random_; // seeded alike each time, so that garbage can be repeated
-    std::uint64_t last_connection_id_ = 0;
-    std::map<std::uint64_t, std::unique_ptr<Connection>> connections_;
-    std::vector<std::unique_ptr<Connection>> finished_; // freed at the next connection
-    std::chrono::milliseconds hold_{0};
-    std::map<std::uint64_t, MainSource> held_; // by connection: requests that wait for news
-    std::chrono::milliseconds carry_out_{0};
-    std::uint64_t last_command_id_ = 0;
-    std::map<std::uint64_t, MainSource> commands_; // those to be carried out
-    std::uint64_t last_failure_id_ = 0;
-    std::map<std::uint64_t, MainSource> failures_; // jobs about to fail again
-    MainSource comeback_;
+    ServiceObserver m_observer;
+    GMainContextPtr m_context;
+    PrinterModel m_model;
+    std::uint16_t m_port = 0;
+    GObjectPtr<GSocketService> m_listener;
+    ActiveFaults m_faults;
+    std::mt19937 m_random; // seeded alike each time, so that garbage can be repeated
+    std::uint64_t m_last_connection_id = 0;
+    std::map<std::uint64_t, std::unique_ptr<Connection>> m_connections;
+    std::vector<std::unique_ptr<Connection>> m_finished; // freed at the next connection
+    std::chrono::milliseconds m_hold{0};
+    std::map<std::uint64_t, MainSource> m_held; // by connection: requests that wait for news
+    std::chrono::milliseconds m_carry_out{0};
+    std::uint64_t m_last_command_id = 0;
+    std::map<std::uint64_t, MainSource> m_commands; // those to be carried out
+    std::uint64_t m_last_failure_id = 0;
+    std::map<std::uint64_t, MainSource> m_failures; // jobs about to fail again
+    MainSource m_comeback;
 };
 
 } // namespace printer_simulator

@@ -3,64 +3,64 @@
 namespace printer_simulator {
 
 ServiceThread::ServiceThread(ServiceObserver observer, std::uint16_t port)
-    : context_(g_main_context_new()), loop_(g_main_loop_new(context_.get(), FALSE)) {
-    thread_ = std::thread([this] {
-        g_main_context_push_thread_default(context_.get());
-        g_main_loop_run(loop_.get());
+    : m_context(g_main_context_new()), m_loop(g_main_loop_new(m_context.get(), FALSE)) {
+    m_thread = std::thread([this] {
+        g_main_context_push_thread_default(m_context.get());
+        g_main_loop_run(m_loop.get());
         // What was cancelled when the service went still has its last callbacks waiting.
-        while (g_main_context_iteration(context_.get(), FALSE)) {
+        while (g_main_context_iteration(m_context.get(), FALSE)) {
         }
-        g_main_context_pop_thread_default(context_.get());
+        g_main_context_pop_thread_default(m_context.get());
     });
     try {
         run_on_thread([&] {
-            service_ = std::make_unique<PrinterService>(std::move(observer));
-            service_->listen(port);
-            port_ = service_->port();
+            m_service = std::make_unique<PrinterService>(std::move(observer));
+            m_service->listen(port);
+            m_port = m_service->port();
         });
     } catch (...) {
         run_on_thread([this] {
-            service_.reset();
-            g_main_loop_quit(loop_.get());
+            m_service.reset();
+            g_main_loop_quit(m_loop.get());
         });
-        thread_.join();
+        m_thread.join();
         throw;
     }
 }
 
 ServiceThread::~ServiceThread() {
     run_on_thread([this] {
-        service_.reset();
-        g_main_loop_quit(loop_.get());
+        m_service.reset();
+        g_main_loop_quit(m_loop.get());
     });
-    thread_.join();
+    m_thread.join();
 }
 
 void ServiceThread::call(const std::function<void(PrinterService&)>& work) {
-    run_on_thread([&] { work(*service_); });
+    run_on_thread([&] { work(*m_service); });
 }
 
 void ServiceThread::run_on_thread(const std::function<void()>& work) {
     std::packaged_task<void()> task(work);
     std::future<void> done = task.get_future();
     {
-        const std::lock_guard lock(tasks_mutex_);
-        tasks_.push_back(std::move(task));
+        const std::lock_guard lock(m_tasks_mutex);
+        m_tasks.push_back(std::move(task));
     }
     const auto run_next = +[](gpointer self) -> gboolean {
         static_cast<ServiceThread*>(self)->run_next_task();
         return G_SOURCE_REMOVE;
     };
-    g_main_context_invoke_full(context_.get(), G_PRIORITY_DEFAULT, run_next, this, nullptr);
+    g_main_context_invoke_full(m_context.get(), G_PRIORITY_DEFAULT, run_next, this, nullptr);
     done.get();
 }
 
 void ServiceThread::run_next_task() {
     std::packaged_task<void()> task;
     {
-        const std::lock_guard lock(tasks_mutex_);
-        task = std::move(tasks_.front());
-        tasks_.pop_front();
+        const std::lock_guard lock(m_tasks_mutex);
+        task = std::move(m_tasks.front());
+        m_tasks.pop_front();
     }
     task();
 }

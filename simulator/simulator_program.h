@@ -14,15 +14,15 @@
 
 namespace printer_simulator {
 
-/// Runs on the main thread and the global default main context.
+// Runs on the main thread and the global default main context.
 class SimulatorProgram {
 public:
     explicit SimulatorProgram(ProgramOptions options);
 
-    /// Reads the scenarios, listens, says so, and serves until a signal, `quit`, the end of input
-    /// or of the scenarios. Returns the exit status: 0 for a clean end, 1 when a scenario has bad
-    /// lines or an expectation was missed. Throws std::runtime_error when the port, a scenario or
-    /// the capture directory cannot be had.
+    // Reads the scenarios, listens, says so, and serves until a signal, `quit`, the end of input
+    // or of the scenarios. Returns the exit status: 0 for a clean end, 1 when a scenario has bad
+    // lines or an expectation was missed. Throws std::runtime_error when the port, a scenario or
+    // the capture directory cannot be had.
     int run();
 
 private:
@@ -37,23 +37,23 @@ private:
     void show(const Occurrence& occurrence) const;
     void happened(const Occurrence& occurrence);
     InterpreterOutput interpreter_output();
-    /// What the service tells of each frame; empty when no directory takes them.
+    // What the service tells of each frame; empty when no directory takes them.
     std::function<void(std::uint64_t, bool, std::string_view)> frame_listener();
     void capture(std::uint64_t connection, bool is_request, std::string_view frame) const;
 
-    const ProgramOptions options_;
-    GMainLoopPtr loop_;
-    PrinterService service_;
-    Timeline timeline_;
-    Expectations expectations_;
-    CommandInterpreter interpreter_;
-    LineSplitter input_lines_;
-    std::vector<Scenario> scenarios_;
-    bool input_has_ended_ = false;
-    std::string end_reason_;
-    MainSource input_;
-    MainSource terminate_signal_;
-    MainSource interrupt_signal_;
+    const ProgramOptions m_options;
+    GMainLoopPtr m_loop;
+    PrinterService m_service;
+    Timeline m_timeline;
+    Expectations m_expectations;
+    CommandInterpreter m_interpreter;
+    LineSplitter m_input_lines;
+    std::vector<Scenario> m_scenarios;
+    bool m_input_has_ended = false;
+    std::string m_end_reason;
+    MainSource m_input;
+    MainSource m_terminate_signal;
+    MainSource m_interrupt_signal;
 };
 
 } // namespace printer_simulator

@@ -5,28 +5,28 @@
 namespace printer_simulator {
 
 Timeline::Timeline(GMainContext* context, std::function<void()> drained)
-    : context_(context), drained_(std::move(drained)) {}
+    : m_context(context), m_drained(std::move(drained)) {}
 
 Timeline::Ticket Timeline::at(Clock::time_point due, std::function<void()> action,
                               Purpose purpose) {
     const auto entry =
-        waiting_.emplace(Ticket(due, ++last_number_), Entry{std::move(action), purpose}).first;
-    awaited_ += purpose == Purpose::awaited ? 1U : 0U;
-    if (entry == waiting_.begin()) {
+        m_waiting.emplace(Ticket(due, ++m_last_number), Entry{std::move(action), purpose}).first;
+    m_awaited += purpose == Purpose::awaited ? 1U : 0U;
+    if (entry == m_waiting.begin()) {
         arm();
     }
     return entry->first;
 }
 
 void Timeline::cancel(const Ticket& ticket) {
-    const auto entry = waiting_.find(ticket);
-    if (entry == waiting_.end()) {
+    const auto entry = m_waiting.find(ticket);
+    if (entry == m_waiting.end()) {
         return;
     }
-    awaited_ -= entry->second.purpose == Purpose::awaited ? 1U : 0U;
-    waiting_.erase(entry);
-    if (waiting_.empty()) {
-        timer_.reset();
+    m_awaited -= entry->second.purpose == Purpose::awaited ? 1U : 0U;
+    m_waiting.erase(entry);
+    if (m_waiting.empty()) {
+        m_timer.reset();
     } else {
         arm();
     }
@@ -34,28 +34,29 @@ void Timeline::cancel(const Ticket& ticket) {
 
 void Timeline::arm() {
     using std::chrono::milliseconds;
-    const auto left = std::chrono::ceil<milliseconds>(waiting_.begin()->first.first - Clock::now());
-    timer_ = MainSource::timer(context_, std::max(left, milliseconds(0)), [this] {
+    const auto left =
+        std::chrono::ceil<milliseconds>(m_waiting.begin()->first.first - Clock::now());
+    m_timer = MainSource::timer(m_context, std::max(left, milliseconds(0)), [this] {
         run_due();
         return false;
     });
 }
 
 void Timeline::run_due() {
-    timer_.reset();
+    m_timer.reset();
     // What becomes due only meanwhile waits for the next turn of the main loop, so that a quick
     // repetition cannot keep everything else from running.
     const Clock::time_point now = Clock::now();
-    while (!waiting_.empty() && waiting_.begin()->first.first <= now) {
-        const Entry entry = std::move(waiting_.extract(waiting_.begin()).mapped());
-        awaited_ -= entry.purpose == Purpose::awaited ? 1U : 0U;
+    while (!m_waiting.empty() && m_waiting.begin()->first.first <= now) {
+        const Entry entry = std::move(m_waiting.extract(m_waiting.begin()).mapped());
+        m_awaited -= entry.purpose == Purpose::awaited ? 1U : 0U;
         entry.action();
     }
-    if (!waiting_.empty()) {
+    if (!m_waiting.empty()) {
         arm();
     }
-    if (empty() && drained_) {
-        drained_();
+    if (empty() && m_drained) {
+        m_drained();
     }
 }
 

@@ -58,78 +58,78 @@ bool is_octal(char c) {
 } // namespace
 
 void Tokenizer::skip_blanks() {
-    while (!rest_.empty() && is_blank(rest_.front())) {
-        rest_.remove_prefix(1);
+    while (!m_rest.empty() && is_blank(m_rest.front())) {
+        m_rest.remove_prefix(1);
     }
 }
 
 std::string_view Tokenizer::remainder() {
     skip_blanks();
-    return rest_;
+    return m_rest;
 }
 
 std::optional<std::string> Tokenizer::next() {
     skip_blanks();
-    if (rest_.empty()) {
+    if (m_rest.empty()) {
         return std::nullopt;
     }
-    if (is_quote(rest_.front())) {
+    if (is_quote(m_rest.front())) {
         return quoted_word();
     }
     std::size_t length = 0;
-    while (length < rest_.size() && !is_blank(rest_[length])) {
-        if (rest_[length] == '"') {
+    while (length < m_rest.size() && !is_blank(m_rest[length])) {
+        if (m_rest[length] == '"') {
             throw CommandError("a double quote inside a word; put the whole word in quotes");
         }
         ++length;
     }
-    std::string word(rest_.substr(0, length));
-    rest_.remove_prefix(length);
+    std::string word(m_rest.substr(0, length));
+    m_rest.remove_prefix(length);
     return word;
 }
 
 std::string Tokenizer::quoted_word() {
-    const char quote = rest_.front();
-    rest_.remove_prefix(1);
+    const char quote = m_rest.front();
+    m_rest.remove_prefix(1);
     std::string word;
-    while (!rest_.empty() && rest_.front() != quote) {
-        const char c = rest_.front();
-        rest_.remove_prefix(1);
+    while (!m_rest.empty() && m_rest.front() != quote) {
+        const char c = m_rest.front();
+        m_rest.remove_prefix(1);
         word += c == '\\' ? escaped_byte() : c;
     }
-    if (rest_.empty()) {
+    if (m_rest.empty()) {
         throw open_quote();
     }
-    rest_.remove_prefix(1);
-    if (!rest_.empty() && !is_blank(rest_.front())) {
+    m_rest.remove_prefix(1);
+    if (!m_rest.empty() && !is_blank(m_rest.front())) {
         throw CommandError("no blank after a closing quote");
     }
     return word;
 }
 
 char Tokenizer::escaped_byte() {
-    if (rest_.empty()) {
+    if (m_rest.empty()) {
         throw open_quote();
     }
-    if (is_octal(rest_.front())) {
+    if (is_octal(m_rest.front())) {
         unsigned value = 0;
-        for (int digits = 0; digits < 3 && !rest_.empty() && is_octal(rest_.front()); ++digits) {
-            value = value * 8 + static_cast<unsigned>(rest_.front() - '0');
-            rest_.remove_prefix(1);
+        for (int digits = 0; digits < 3 && !m_rest.empty() && is_octal(m_rest.front()); ++digits) {
+            value = value * 8 + static_cast<unsigned>(m_rest.front() - '0');
+            m_rest.remove_prefix(1);
         }
         return static_cast<char>(static_cast<unsigned char>(value));
     }
-    const char letter = rest_.front();
-    rest_.remove_prefix(1);
+    const char letter = m_rest.front();
+    m_rest.remove_prefix(1);
     if (letter == 'x') {
         unsigned char value = 0;
-        const char* begin = rest_.data();
-        const char* end = begin + std::min<std::size_t>(2, rest_.size());
+        const char* begin = m_rest.data();
+        const char* end = begin + std::min<std::size_t>(2, m_rest.size());
         const auto [stop, error] = std::from_chars(begin, end, value, 16);
         if (error != std::errc() || stop != begin + 2) {
             throw CommandError("\\x needs two hexadecimal digits");
         }
-        rest_.remove_prefix(2);
+        m_rest.remove_prefix(2);
         return static_cast<char>(value);
     }
     constexpr std::string_view LETTERS = "ntr\"'\\abfv";
@@ -152,11 +152,11 @@ std::string Tokenizer::require(std::string_view what) {
 std::optional<std::string> Tokenizer::next_value(std::string_view name) {
     const std::string prefix = std::string(name) + "=";
     skip_blanks();
-    if (!rest_.starts_with(prefix)) {
+    if (!m_rest.starts_with(prefix)) {
         return std::nullopt;
     }
-    rest_.remove_prefix(prefix.size());
-    if (rest_.empty() || is_blank(rest_.front())) {
+    m_rest.remove_prefix(prefix.size());
+    if (m_rest.empty() || is_blank(m_rest.front())) {
         throw CommandError("missing value after \"" + prefix + "\"");
     }
     return next();
@@ -164,20 +164,20 @@ std::optional<std::string> Tokenizer::next_value(std::string_view name) {
 
 std::string Tokenizer::rest_of_line() {
     skip_blanks();
-    if (!rest_.empty() && is_quote(rest_.front())) {
+    if (!m_rest.empty() && is_quote(m_rest.front())) {
         std::string word = quoted_word();
         expect_end();
         return word;
     }
-    std::string text(rest_);
-    rest_ = {};
+    std::string text(m_rest);
+    m_rest = {};
     return text;
 }
 
 void Tokenizer::expect_end() {
     skip_blanks();
-    if (!rest_.empty()) {
-        throw CommandError("unexpected \"" + std::string(rest_) + "\"");
+    if (!m_rest.empty()) {
+        throw CommandError("unexpected \"" + std::string(m_rest) + "\"");
     }
 }
 

@@ -28,32 +28,32 @@ std::string framed(std::string_view text) {
 
 std::size_t FrameReader::feed(std::string_view bytes) {
     std::size_t used = 0;
-    if (prefix_.size() < PREFIX_SIZE) {
-        used = std::min(PREFIX_SIZE - prefix_.size(), bytes.size());
-        prefix_ += bytes.substr(0, used);
-        if (prefix_.size() < PREFIX_SIZE) {
+    if (m_prefix.size() < PREFIX_SIZE) {
+        used = std::min(PREFIX_SIZE - m_prefix.size(), bytes.size());
+        m_prefix += bytes.substr(0, used);
+        if (m_prefix.size() < PREFIX_SIZE) {
             return used;
         }
-        announced_ = decoded_prefix(prefix_);
+        m_announced = decoded_prefix(m_prefix);
     }
     if (state() == State::incomplete) {
-        const std::uint64_t missing = announced_ - text_.size();
+        const std::uint64_t missing = m_announced - m_text.size();
         const std::size_t taken =
             static_cast<std::size_t>(std::min<std::uint64_t>(missing, bytes.size() - used));
-        text_ += bytes.substr(used, taken);
+        m_text += bytes.substr(used, taken);
         used += taken;
     }
     return used;
 }
 
 FrameReader::State FrameReader::state() const noexcept {
-    if (prefix_.size() < PREFIX_SIZE) {
+    if (m_prefix.size() < PREFIX_SIZE) {
         return State::incomplete;
     }
-    if (announced_ > REQUEST_LIMIT) {
+    if (m_announced > REQUEST_LIMIT) {
         return State::too_long;
     }
-    return text_.size() == announced_ ? State::complete : State::incomplete;
+    return m_text.size() == m_announced ? State::complete : State::incomplete;
 }
 
 } // namespace printer_simulator

@@ -11,39 +11,39 @@ class ActiveFaultsTest : public testing::Test {
 protected:
     void set(std::string_view words) {
         Tokenizer tokenizer(words);
-        faults_.set(parse_fault_words(tokenizer));
+        m_faults.set(parse_fault_words(tokenizer));
     }
 
-    ActiveFaults faults_;
+    ActiveFaults m_faults;
 };
 
 TEST_F(ActiveFaultsTest, are_none_at_first) {
-    EXPECT_FALSE(faults_.next_status_reply());
-    EXPECT_FALSE(faults_.next_command_reply());
-    EXPECT_FALSE(faults_.refuses());
-    EXPECT_EQ(faults_.description(), "none");
+    EXPECT_FALSE(m_faults.next_status_reply());
+    EXPECT_FALSE(m_faults.next_command_reply());
+    EXPECT_FALSE(m_faults.refuses());
+    EXPECT_EQ(m_faults.description(), "none");
 }
 
 TEST_F(ActiveFaultsTest, apply_to_their_target_only) {
     set("silent");
-    EXPECT_TRUE(faults_.next_status_reply());
-    EXPECT_TRUE(faults_.next_command_reply());
+    EXPECT_TRUE(m_faults.next_status_reply());
+    EXPECT_TRUE(m_faults.next_command_reply());
     set("none");
     set("silent on commands");
-    EXPECT_FALSE(faults_.next_status_reply());
-    EXPECT_TRUE(faults_.next_command_reply());
+    EXPECT_FALSE(m_faults.next_status_reply());
+    EXPECT_TRUE(m_faults.next_command_reply());
     set("none");
     set("silent on status");
-    EXPECT_TRUE(faults_.next_status_reply());
-    EXPECT_FALSE(faults_.next_command_reply());
+    EXPECT_TRUE(m_faults.next_status_reply());
+    EXPECT_FALSE(m_faults.next_command_reply());
 }
 
 TEST_F(ActiveFaultsTest, go_together_on_different_targets) {
     set("cut 5 on status");
     set("reset on commands");
-    EXPECT_EQ(faults_.next_status_reply()->fault.kind, FaultKind::cut);
-    EXPECT_EQ(faults_.next_command_reply()->fault.kind, FaultKind::reset);
-    EXPECT_EQ(faults_.description(), "cut 5 on status; reset on commands");
+    EXPECT_EQ(m_faults.next_status_reply()->fault.kind, FaultKind::cut);
+    EXPECT_EQ(m_faults.next_command_reply()->fault.kind, FaultKind::reset);
+    EXPECT_EQ(m_faults.description(), "cut 5 on status; reset on commands");
 }
 
 TEST_F(ActiveFaultsTest, give_way_to_a_new_one_for_the_same_target) {
@@ -64,25 +64,25 @@ TEST_F(ActiveFaultsTest, give_way_to_a_new_one_for_the_same_target) {
         set("none");
         set(first);
         set(second);
-        EXPECT_EQ(faults_.description(), both) << first << ", then " << second;
+        EXPECT_EQ(m_faults.description(), both) << first << ", then " << second;
     }
 }
 
 TEST_F(ActiveFaultsTest, count_only_the_replies_that_they_spoil) {
     set("cut 5 on commands times 2");
     set("empty on status times 1");
-    EXPECT_FALSE(faults_.next_command_reply()->ended);
-    EXPECT_TRUE(faults_.next_status_reply()->ended);
-    EXPECT_FALSE(faults_.next_status_reply());
-    EXPECT_TRUE(faults_.next_command_reply()->ended);
-    EXPECT_FALSE(faults_.next_command_reply());
+    EXPECT_FALSE(m_faults.next_command_reply()->ended);
+    EXPECT_TRUE(m_faults.next_status_reply()->ended);
+    EXPECT_FALSE(m_faults.next_status_reply());
+    EXPECT_TRUE(m_faults.next_command_reply()->ended);
+    EXPECT_FALSE(m_faults.next_command_reply());
 }
 
 TEST_F(ActiveFaultsTest, spoil_about_one_reply_in_so_many) {
     set("reset 1 in 4");
     int spoiled = 0;
     for (int reply = 0; reply < 4000; ++reply) {
-        spoiled += faults_.next_status_reply() ? 1 : 0;
+        spoiled += m_faults.next_status_reply() ? 1 : 0;
     }
     EXPECT_NEAR(spoiled, 1000, 100);
 }
@@ -94,9 +94,9 @@ TEST_F(ActiveFaultsTest, spoil_the_same_replies_again_with_the_same_seed) {
         set(words);
         std::string out;
         for (int reply = 0; reply < 40; ++reply) {
-            out += faults_.next_status_reply() ? 'x' : '.';
+            out += m_faults.next_status_reply() ? 'x' : '.';
             if (with_others) {
-                faults_.next_command_reply();
+                m_faults.next_command_reply();
             }
         }
         return out;
@@ -114,17 +114,17 @@ TEST_F(ActiveFaultsTest, count_the_spoiled_replies_among_others) {
     set("reset 1 in 3 times 2");
     int spoiled = 0;
     for (int reply = 0; reply < 100; ++reply) {
-        spoiled += faults_.next_status_reply() ? 1 : 0;
+        spoiled += m_faults.next_status_reply() ? 1 : 0;
     }
     EXPECT_EQ(spoiled, 2);
 }
 
 TEST_F(ActiveFaultsTest, refuse_until_they_stop) {
     set("refuse");
-    EXPECT_TRUE(faults_.refuses());
-    faults_.stop_refusing();
-    EXPECT_FALSE(faults_.refuses());
-    EXPECT_EQ(faults_.description(), "none");
+    EXPECT_TRUE(m_faults.refuses());
+    m_faults.stop_refusing();
+    EXPECT_FALSE(m_faults.refuses());
+    EXPECT_EQ(m_faults.description(), "none");
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #include "command_interpreter.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <fstream>
+
+#include <gtest/gtest.h>
 
 #include "simulator_test_support.h"
 
@@ -21,51 +21,52 @@ Occurrence retry_of(std::string_view printer, std::string_view job) {
 class Interpreter : public testing::Test {
 protected:
     Interpreter()
-        : context_((g_main_context_push_thread_default(raw_context_), raw_context_)),
-          timeline_(raw_context_), interpreter_(service_, timeline_, expectations_, output()) {}
-    ~Interpreter() override { g_main_context_pop_thread_default(raw_context_); }
+        : m_context((g_main_context_push_thread_default(m_raw_context), m_raw_context)),
+          m_timeline(m_raw_context),
+          m_interpreter(m_service, m_timeline, m_expectations, output()) {}
+    ~Interpreter() override { g_main_context_pop_thread_default(m_raw_context); }
 
-    void run(std::string_view line) { interpreter_.execute(line, "stdin:1"); }
+    void run(std::string_view line) { m_interpreter.execute(line, "stdin:1"); }
     void play(std::string_view text, const std::string& source) {
-        interpreter_.play(interpreter_.read_scenario(text, source));
+        m_interpreter.play(m_interpreter.read_scenario(text, source));
     }
     void run_until_drained() {
-        while (!timeline_.empty()) {
-            g_main_context_iteration(raw_context_, TRUE);
+        while (!m_timeline.empty()) {
+            g_main_context_iteration(m_raw_context, TRUE);
         }
     }
-    std::string last_complaint() const { return complaints_.empty() ? "" : complaints_.back(); }
+    std::string last_complaint() const { return m_complaints.empty() ? "" : m_complaints.back(); }
     std::vector<PrinterModel::OpenError> open_errors() const {
-        return service_.model().open_errors();
+        return m_service.model().open_errors();
     }
 
-    GMainContext* const raw_context_ = g_main_context_new();
-    GMainContextPtr context_;
-    PrinterService service_;
-    Timeline timeline_;
-    Expectations expectations_{timeline_, teller()};
-    std::vector<std::string> told_;
-    std::vector<std::string> answers_;
-    std::vector<std::string> complaints_;
-    bool quit_ = false;
-    CommandInterpreter interpreter_;
+    GMainContext* const m_raw_context = g_main_context_new();
+    GMainContextPtr m_context;
+    PrinterService m_service;
+    Timeline m_timeline;
+    Expectations m_expectations{m_timeline, teller()};
+    std::vector<std::string> m_told;
+    std::vector<std::string> m_answers;
+    std::vector<std::string> m_complaints;
+    bool m_quit = false;
+    CommandInterpreter m_interpreter;
 
 private:
     std::function<void(const Occurrence&)> teller() {
         return [this](const Occurrence& occurrence) {
-            told_.push_back(occurrence.line());
+            m_told.push_back(occurrence.line());
         };
     }
     InterpreterOutput output() {
         InterpreterOutput output;
         output.answer = [this](std::string_view line) {
-            answers_.emplace_back(line);
+            m_answers.emplace_back(line);
         };
         output.complain = [this](const std::string& where, const std::string& message) {
-            complaints_.push_back(where + ": " + message);
+            m_complaints.push_back(where + ": " + message);
         };
         output.quit = [this] {
-            quit_ = true;
+            m_quit = true;
         };
         return output;
     }
@@ -116,7 +117,7 @@ TEST_F(Interpreter, clears_one_error_or_all) {
     EXPECT_EQ(open_errors().size(), 2U);
     run("clear-all");
     EXPECT_TRUE(open_errors().empty());
-    EXPECT_TRUE(complaints_.empty());
+    EXPECT_TRUE(m_complaints.empty());
 }
 
 TEST_F(Interpreter, complains_when_there_is_nothing_to_clear) {
@@ -126,10 +127,10 @@ TEST_F(Interpreter, complains_when_there_is_nothing_to_clear) {
 
 TEST_F(Interpreter, publishes_raw_texts_as_they_stand) {
     run("raw <a b=\"1\">  </a>");
-    EXPECT_EQ(service_.model().newest_event(), 1U);
+    EXPECT_EQ(m_service.model().newest_event(), 1U);
     run(R"(raw "x\0y")");
     run("raw \"\"");
-    EXPECT_EQ(service_.model().newest_event(), 3U);
+    EXPECT_EQ(m_service.model().newest_event(), 3U);
     run("raw");
     EXPECT_NE(last_complaint().find("missing TEXT"), std::string::npos);
 }
@@ -138,8 +139,8 @@ TEST_F(Interpreter, publishes_a_file_even_an_empty_one) {
     const std::string path = testing::TempDir() + "simulator-empty-file";
     std::ofstream(path).close();
     run("raw-file \"" + path + "\"");
-    EXPECT_EQ(service_.model().newest_event(), 1U);
-    EXPECT_TRUE(complaints_.empty());
+    EXPECT_EQ(m_service.model().newest_event(), 1U);
+    EXPECT_TRUE(m_complaints.empty());
     run("raw-file /does/not/exist");
     EXPECT_NE(last_complaint().find("/does/not/exist"), std::string::npos);
 }
@@ -149,19 +150,19 @@ TEST_F(Interpreter, takes_line_ends_with_a_carriage_return) {
     run("clear-all\r");
     run("\r");
     run("raw A\r");
-    EXPECT_EQ(service_.model().newest_event(), 3U);
+    EXPECT_EQ(m_service.model().newest_event(), 3U);
     run("error P 2 110 3 Card\r");
     EXPECT_EQ(open_errors().at(0).error.text, "Card");
-    EXPECT_TRUE(complaints_.empty());
-    EXPECT_EQ(service_.model().open_errors().size(), 1U);
+    EXPECT_TRUE(m_complaints.empty());
+    EXPECT_EQ(m_service.model().open_errors().size(), 1U);
 }
 
 TEST_F(Interpreter, skips_empty_lines_and_comments) {
     run("");
     run("   \t");
     run("  # error P 1 110 3");
-    EXPECT_TRUE(complaints_.empty());
-    EXPECT_EQ(service_.model().newest_event(), 0U);
+    EXPECT_TRUE(m_complaints.empty());
+    EXPECT_EQ(m_service.model().newest_event(), 0U);
 }
 
 TEST_F(Interpreter, names_the_place_and_the_usage_of_a_bad_line) {
@@ -192,7 +193,7 @@ TEST_F(Interpreter, does_not_keep_a_line_waiting_for_a_later_one) {
     run("+20min error P late 110 3");
     run("+1ms error P early 110 3");
     ASSERT_TRUE(wait_until([this] {
-        g_main_context_iteration(raw_context_, FALSE);
+        g_main_context_iteration(m_raw_context, FALSE);
         return !open_errors().empty();
     }));
     EXPECT_EQ(open_errors()[0].error.job, "early");
@@ -215,18 +216,18 @@ TEST_F(Interpreter, plays_a_scenario_in_the_order_of_its_times) {
         EXPECT_EQ(open.error.severity, "3");
     }
     EXPECT_EQ(order, "first second third fourth fifth ");
-    EXPECT_TRUE(complaints_.empty());
+    EXPECT_TRUE(m_complaints.empty());
 }
 
 TEST_F(Interpreter, names_all_bad_lines_of_a_scenario_and_can_play_the_others) {
     const Scenario scenario =
-        interpreter_.read_scenario("bogus\nerror P 1 110 3\n+x list\n", "file");
+        m_interpreter.read_scenario("bogus\nerror P 1 110 3\n+x list\n", "file");
     EXPECT_EQ(scenario.bad_lines, 2U);
-    ASSERT_EQ(complaints_.size(), 2U);
-    EXPECT_EQ(complaints_[0].substr(0, 7), "file:1:");
-    EXPECT_EQ(complaints_[1].substr(0, 7), "file:3:");
-    EXPECT_TRUE(timeline_.empty());
-    interpreter_.play(scenario);
+    ASSERT_EQ(m_complaints.size(), 2U);
+    EXPECT_EQ(m_complaints[0].substr(0, 7), "file:1:");
+    EXPECT_EQ(m_complaints[1].substr(0, 7), "file:3:");
+    EXPECT_TRUE(m_timeline.empty());
+    m_interpreter.play(scenario);
     run_until_drained();
     EXPECT_EQ(open_errors().size(), 1U);
 }
@@ -243,18 +244,18 @@ TEST_F(Interpreter, lets_the_lines_after_an_expectation_wait_for_it) {
          "file");
     const auto open = [this](std::size_t count) {
         return wait_until([this, count] {
-            g_main_context_iteration(raw_context_, FALSE);
+            g_main_context_iteration(m_raw_context, FALSE);
             return open_errors().size() == count;
         });
     };
     ASSERT_TRUE(open(1));
     for (int turn = 0; turn < 100; ++turn) {
-        g_main_context_iteration(raw_context_, FALSE);
+        g_main_context_iteration(m_raw_context, FALSE);
     }
-    expectations_.saw(Occurrence("request status"));
-    EXPECT_EQ(told_.size(), 1U) << "both wait from the same moment on";
+    m_expectations.saw(Occurrence("request status"));
+    EXPECT_EQ(m_told.size(), 1U) << "both wait from the same moment on";
     EXPECT_EQ(open_errors().size(), 1U) << "and the rest for both";
-    expectations_.saw(retry_of("P", "1"));
+    m_expectations.saw(retry_of("P", "1"));
     EXPECT_EQ(open_errors().size(), 1U) << "the service is not called in the middle of its work";
     ASSERT_TRUE(open(3)) << "2 at once, and 4, whose time is over";
     EXPECT_EQ(open_errors()[2].error.job, "4");
@@ -262,18 +263,18 @@ TEST_F(Interpreter, lets_the_lines_after_an_expectation_wait_for_it) {
     EXPECT_EQ(open_errors()[3].error.job, "3");
     run_until_drained();
     EXPECT_EQ(open_errors().size(), 5U);
-    EXPECT_EQ(expectations_.missed(), 0U);
-    EXPECT_EQ(told_.size(), 3U);
+    EXPECT_EQ(m_expectations.missed(), 0U);
+    EXPECT_EQ(m_told.size(), 3U);
 }
 
 TEST_F(Interpreter, does_not_wait_for_an_expectation_that_is_typed) {
     run("expect command retry P 1 within 20min");
     run("error P 2 110 3");
     EXPECT_EQ(open_errors().size(), 1U);
-    EXPECT_FALSE(timeline_.empty());
-    expectations_.saw(retry_of("P", "1"));
+    EXPECT_FALSE(m_timeline.empty());
+    m_expectations.saw(retry_of("P", "1"));
     run_until_drained();
-    EXPECT_EQ(expectations_.missed(), 0U);
+    EXPECT_EQ(m_expectations.missed(), 0U);
 }
 
 TEST_F(Interpreter, repeats_a_command_with_its_number) {
@@ -293,9 +294,9 @@ TEST_F(Interpreter, repeats_a_command_in_intervals) {
 
 TEST_F(Interpreter, repeats_a_command_without_end) {
     run("repeat forever every 1ms error P job-{n} 110 3");
-    EXPECT_TRUE(timeline_.empty()) << "nobody waits for what never ends";
+    EXPECT_TRUE(m_timeline.empty()) << "nobody waits for what never ends";
     EXPECT_TRUE(wait_until([this] {
-        g_main_context_iteration(raw_context_, FALSE);
+        g_main_context_iteration(m_raw_context, FALSE);
         return open_errors().size() >= 20;
     }));
     EXPECT_EQ(open_errors()[19].error.job, "job-20");
@@ -312,18 +313,18 @@ TEST_F(Interpreter, finds_a_bad_repeated_command_at_once) {
 
 TEST_F(Interpreter, sets_and_ends_a_fault) {
     run("fault cut 12 times 3");
-    EXPECT_EQ(service_.faults().description(), "cut 12 times 3");
+    EXPECT_EQ(m_service.faults().description(), "cut 12 times 3");
     run("fault none");
-    EXPECT_EQ(service_.faults().description(), "none");
+    EXPECT_EQ(m_service.faults().description(), "none");
     run("fault bogus");
     EXPECT_NE(last_complaint().find("unknown fault \"bogus\"; usage: fault"), std::string::npos);
 }
 
 TEST_F(Interpreter, turns_retelling_off_and_on) {
     run("retell off");
-    EXPECT_FALSE(service_.model().is_retelling());
+    EXPECT_FALSE(m_service.model().is_retelling());
     run("retell on");
-    EXPECT_TRUE(service_.model().is_retelling());
+    EXPECT_TRUE(m_service.model().is_retelling());
     run("retell perhaps");
     EXPECT_EQ(last_complaint(), "stdin:1: neither on nor off: \"perhaps\"; usage: retell on|off");
     run("retell");
@@ -332,16 +333,16 @@ TEST_F(Interpreter, turns_retelling_off_and_on) {
 
 TEST_F(Interpreter, sets_the_time_for_which_requests_are_held) {
     run("hold 2s");
-    EXPECT_EQ(service_.hold().count(), 2000);
+    EXPECT_EQ(m_service.hold().count(), 2000);
     run("hold 0");
-    EXPECT_EQ(service_.hold().count(), 0);
+    EXPECT_EQ(m_service.hold().count(), 0);
     run("hold on");
     EXPECT_EQ(last_complaint(), "stdin:1: bad time \"on\"; usage: hold TIME");
 }
 
 TEST_F(Interpreter, sets_the_time_after_which_commands_are_carried_out) {
     run("carry-out 600ms");
-    EXPECT_EQ(service_.carry_out().count(), 600);
+    EXPECT_EQ(m_service.carry_out().count(), 600);
     run("carry-out");
     EXPECT_EQ(last_complaint(), "stdin:1: missing TIME; usage: carry-out TIME");
 }
@@ -349,20 +350,20 @@ TEST_F(Interpreter, sets_the_time_after_which_commands_are_carried_out) {
 TEST_F(Interpreter, lists_open_errors_so_that_they_can_be_typed_again) {
     run(R"(error "a b" "\xff" 110 3 "x\ty")");
     run("list");
-    ASSERT_EQ(answers_.size(), 2U);
+    ASSERT_EQ(m_answers.size(), 2U);
     EXPECT_EQ(
-        answers_[0],
+        m_answers[0],
         R"(open error printer="a b" job="\377" error_code="110" severity="3" service_code="0")"
         R"( text="x\ty" event=1)");
-    EXPECT_EQ(answers_[1], "listed errors=1 events=1 listening=no connections=0 fault=\"none\" "
-                           "retell=on hold_ms=0 carry_out_ms=0");
+    EXPECT_EQ(m_answers[1], "listed errors=1 events=1 listening=no connections=0 fault=\"none\" "
+                            "retell=on hold_ms=0 carry_out_ms=0");
 }
 
 TEST_F(Interpreter, helps_with_one_command) {
     run("help error");
-    ASSERT_GE(answers_.size(), 3U);
-    EXPECT_EQ(answers_[0], "  error PRINTER JOB CODE SEVERITY [service-code=CODE] [TEXT]");
-    EXPECT_NE(answers_[2].find("\"Printer error CODE.\" if not given"), std::string::npos);
+    ASSERT_GE(m_answers.size(), 3U);
+    EXPECT_EQ(m_answers[0], "  error PRINTER JOB CODE SEVERITY [service-code=CODE] [TEXT]");
+    EXPECT_NE(m_answers[2].find("\"Printer error CODE.\" if not given"), std::string::npos);
     run("help bogus");
     EXPECT_NE(last_complaint().find("unknown command \"bogus\""), std::string::npos);
     run("help error clear");
@@ -373,15 +374,15 @@ TEST_F(Interpreter, helps_with_every_fault) {
     run("help fault");
     for (const FaultWord& word : fault_words()) {
         const auto usage =
-            std::find(answers_.begin(), answers_.end(), "  " + std::string(word.usage));
-        ASSERT_NE(usage, answers_.end()) << word.name;
+            std::find(m_answers.begin(), m_answers.end(), "  " + std::string(word.usage));
+        ASSERT_NE(usage, m_answers.end()) << word.name;
         EXPECT_EQ(*std::next(usage), "      " + std::string(word.help));
     }
 }
 
 TEST_F(Interpreter, quits) {
     run("quit");
-    EXPECT_TRUE(quit_);
+    EXPECT_TRUE(m_quit);
 }
 
 } // namespace

@@ -16,37 +16,37 @@ Expectation expectation_of(std::string_view words) {
 class ExpectationsTest : public testing::Test {
 protected:
     void begin(std::string_view words) {
-        const std::string where = "line " + std::to_string(++lines_);
-        expectations_.begin(expectation_of(words), where, [this, where] { settled_ += where; });
+        const std::string where = "line " + std::to_string(++m_lines);
+        m_expectations.begin(expectation_of(words), where, [this, where] { m_settled += where; });
     }
     void command(int action, std::string_view printer, std::string_view job) {
-        expectations_.saw(Occurrence("request command")
-                              .text("printer", printer)
-                              .text("job", job)
-                              .word("action", std::to_string(action)));
+        m_expectations.saw(Occurrence("request command")
+                               .text("printer", printer)
+                               .text("job", job)
+                               .word("action", std::to_string(action)));
     }
-    void status() { expectations_.saw(Occurrence("request status")); }
+    void status() { m_expectations.saw(Occurrence("request status")); }
     bool drained() {
         return wait_until([this] {
-            g_main_context_iteration(context_.get(), FALSE);
-            return timeline_.empty();
+            g_main_context_iteration(m_context.get(), FALSE);
+            return m_timeline.empty();
         });
     }
     std::string last(std::string_view key) const {
-        return told_.empty() ? "" : told_.back().value(key);
+        return m_told.empty() ? "" : m_told.back().value(key);
     }
 
-    const GMainContextPtr context_{g_main_context_new()};
-    Timeline timeline_{context_.get()};
-    std::vector<Occurrence> told_;
-    Expectations expectations_{timeline_, teller()};
-    int lines_ = 0;
-    std::string settled_;
+    const GMainContextPtr m_context{g_main_context_new()};
+    Timeline m_timeline{m_context.get()};
+    std::vector<Occurrence> m_told;
+    Expectations m_expectations{m_timeline, teller()};
+    int m_lines = 0;
+    std::string m_settled;
 
 private:
     std::function<void(const Occurrence&)> teller() {
         return [this](const Occurrence& occurrence) {
-            told_.push_back(occurrence);
+            m_told.push_back(occurrence);
         };
     }
 };
@@ -57,16 +57,16 @@ TEST_F(ExpectationsTest, are_met_by_the_very_command) {
     command(ACTION_RETRY, "Front", "Desk 17");
     command(ACTION_RETRY, "Front Desk", "18");
     status();
-    EXPECT_TRUE(told_.empty());
+    EXPECT_TRUE(m_told.empty());
     command(ACTION_RETRY, "Front Desk", "17");
-    ASSERT_EQ(told_.size(), 1U);
-    EXPECT_EQ(told_[0].words(), "expectation met");
+    ASSERT_EQ(m_told.size(), 1U);
+    EXPECT_EQ(m_told[0].words(), "expectation met");
     EXPECT_EQ(last("where"), "line 1");
-    EXPECT_FALSE(told_[0].has("came"));
-    EXPECT_EQ(settled_, "") << "that is for the timeline";
+    EXPECT_FALSE(m_told[0].has("came"));
+    EXPECT_EQ(m_settled, "") << "that is for the timeline";
     EXPECT_TRUE(drained());
-    EXPECT_EQ(settled_, "line 1");
-    EXPECT_EQ(expectations_.missed(), 0U);
+    EXPECT_EQ(m_settled, "line 1");
+    EXPECT_EQ(m_expectations.missed(), 0U);
 }
 
 TEST_F(ExpectationsTest, say_what_came_instead_when_they_are_missed) {
@@ -74,16 +74,16 @@ TEST_F(ExpectationsTest, say_what_came_instead_when_they_are_missed) {
     command(ACTION_CANCEL, "P", "1");
     command(7, "P \"x\"", "1");
     status();
-    expectations_.saw(Occurrence("request unreadable"));
+    m_expectations.saw(Occurrence("request unreadable"));
     EXPECT_TRUE(drained());
-    ASSERT_EQ(told_.size(), 1U);
-    EXPECT_EQ(told_[0].words(), "expectation missed");
+    ASSERT_EQ(m_told.size(), 1U);
+    EXPECT_EQ(m_told[0].words(), "expectation missed");
     EXPECT_EQ(last("expected"), R"(command retry "P" "1" within 30ms)");
     EXPECT_EQ(last("came"), R"(command cancel "P" "1", command 7 "P \"x\"" "1", )"
                             "1 unreadable request, 1 status request");
     EXPECT_GE(std::stoi(last("after_ms")), 30);
-    EXPECT_EQ(settled_, "line 1") << "what follows follows all the same";
-    EXPECT_EQ(expectations_.missed(), 1U);
+    EXPECT_EQ(m_settled, "line 1") << "what follows follows all the same";
+    EXPECT_EQ(m_expectations.missed(), 1U);
 }
 
 TEST_F(ExpectationsTest, count_what_is_too_much_to_show) {
@@ -102,7 +102,7 @@ TEST_F(ExpectationsTest, are_met_by_one_command_each_the_oldest_first) {
     begin("command retry P 1 within 20min");
     begin("command retry P 1 within 20min");
     command(ACTION_RETRY, "P", "1");
-    ASSERT_EQ(told_.size(), 1U);
+    ASSERT_EQ(m_told.size(), 1U);
     EXPECT_EQ(last("where"), "line 1");
     command(ACTION_RETRY, "P", "1");
     EXPECT_EQ(last("where"), "line 2");
@@ -111,10 +111,10 @@ TEST_F(ExpectationsTest, are_met_by_one_command_each_the_oldest_first) {
 TEST_F(ExpectationsTest, of_no_command_are_missed_at_the_first_one) {
     begin("no command for 20min");
     status();
-    EXPECT_TRUE(told_.empty());
+    EXPECT_TRUE(m_told.empty());
     command(ACTION_RETRY, "P", "1");
-    ASSERT_EQ(told_.size(), 1U);
-    EXPECT_EQ(told_[0].words(), "expectation missed");
+    ASSERT_EQ(m_told.size(), 1U);
+    EXPECT_EQ(m_told[0].words(), "expectation missed");
     EXPECT_EQ(last("came"), R"(command retry "P" "1", 1 status request)");
     EXPECT_TRUE(drained());
 }
@@ -125,8 +125,8 @@ TEST_F(ExpectationsTest, of_no_command_are_met_by_silence_and_by_what_others_exp
     command(ACTION_RETRY, "P", "1");
     EXPECT_EQ(last("where"), "line 2");
     EXPECT_TRUE(drained());
-    ASSERT_EQ(told_.size(), 2U);
-    EXPECT_EQ(told_[1].words(), "expectation met");
+    ASSERT_EQ(m_told.size(), 2U);
+    EXPECT_EQ(m_told[1].words(), "expectation met");
     EXPECT_GE(std::stoi(last("after_ms")), 30);
 }
 
@@ -135,18 +135,18 @@ TEST_F(ExpectationsTest, of_a_status_are_all_met_by_the_next_one) {
     begin("status within 20min");
     command(ACTION_RETRY, "P", "1");
     status();
-    EXPECT_EQ(told_.size(), 2U);
-    EXPECT_EQ(expectations_.missed(), 0U);
+    EXPECT_EQ(m_told.size(), 2U);
+    EXPECT_EQ(m_expectations.missed(), 0U);
     status();
-    EXPECT_EQ(told_.size(), 2U);
+    EXPECT_EQ(m_told.size(), 2U);
 }
 
 TEST_F(ExpectationsTest, are_missed_when_they_still_wait_at_the_end) {
     begin("status within 20min");
     begin("no command for 20min");
-    expectations_.end();
-    EXPECT_EQ(expectations_.missed(), 2U);
-    EXPECT_EQ(told_.size(), 2U);
+    m_expectations.end();
+    EXPECT_EQ(m_expectations.missed(), 2U);
+    EXPECT_EQ(m_told.size(), 2U);
 }
 
 TEST(Expectation, describes_itself_in_the_words_that_give_it_again) {

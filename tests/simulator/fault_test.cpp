@@ -1,9 +1,9 @@
 #include "fault.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <map>
+
+#include <gtest/gtest.h>
 
 #include "command_interpreter.h"
 #include "wire.h"

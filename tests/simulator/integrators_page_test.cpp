@@ -1,11 +1,11 @@
 // Runs the example of docs/testing-with-the-simulator.md as it stands there.
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
+
+#include <gtest/gtest.h>
 
 #include "glib_support.h"
 #include "simulator_test_support.h"
@@ -39,32 +39,32 @@ protected:
         if (mkdtemp(name.data()) == nullptr) {
             throw std::runtime_error("mkdtemp failed");
         }
-        directory_ = name;
+        m_directory = name;
     }
-    ~IntegratorsPage() override { std::filesystem::remove_all(directory_); }
+    ~IntegratorsPage() override { std::filesystem::remove_all(m_directory); }
 
     void write(const std::string& name, const std::string& content) const {
-        std::ofstream(directory_ / name, std::ios::binary) << content;
+        std::ofstream(m_directory / name, std::ios::binary) << content;
     }
     // The exit status of the check, run with the simulator of this build.
     int run_check() const {
         const std::string command =
-            "cd '" + directory_.string() + "' && PATH='" +
+            "cd '" + m_directory.string() + "' && PATH='" +
             std::filesystem::path(SIMULATOR_PROGRAM).parent_path().string() +
             "':$PATH bash check.sh >output 2>&1";
         const int status = std::system(command.c_str());
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
-    std::string output() const { return file_content(directory_ / "output"); }
+    std::string output() const { return file_content(m_directory / "output"); }
 
-    std::filesystem::path directory_;
-    std::map<std::string, std::string> files_ = files_of_the_page();
+    std::filesystem::path m_directory;
+    std::map<std::string, std::string> m_files = files_of_the_page();
 };
 
 TEST_F(IntegratorsPage, has_a_check_that_passes_with_its_client) {
     for (const char* name : {"retry.scenario", "client.py", "check.sh"}) {
-        ASSERT_TRUE(files_.contains(name)) << name;
-        write(name, files_[name]);
+        ASSERT_TRUE(m_files.contains(name)) << name;
+        write(name, m_files[name]);
     }
     EXPECT_EQ(run_check(), 0) << output();
     EXPECT_NE(output().find("expectation met where=\"retry.scenario:7\""), std::string::npos)
@@ -72,8 +72,8 @@ TEST_F(IntegratorsPage, has_a_check_that_passes_with_its_client) {
 }
 
 TEST_F(IntegratorsPage, has_a_check_that_fails_with_a_client_that_never_answers) {
-    std::string scenario = files_["retry.scenario"];
-    std::string client = files_["client.py"];
+    std::string scenario = m_files["retry.scenario"];
+    std::string client = m_files["client.py"];
     const std::string patience = "within 10s\n";
     ASSERT_NE(scenario.find(patience), std::string::npos);
     for (std::size_t at = 0; (at = scenario.find(patience)) != std::string::npos;) {
@@ -83,10 +83,10 @@ TEST_F(IntegratorsPage, has_a_check_that_fails_with_a_client_that_never_answers)
     client.replace(client.find("== \"PrinterStatus\""), 18, "== \"Another\"");
     write("retry.scenario", scenario);
     write("client.py", client);
-    write("check.sh", files_["check.sh"]);
+    write("check.sh", m_files["check.sh"]);
     EXPECT_EQ(run_check(), 1) << output();
     // The line on the page, but for the times.
-    const std::string shown = files_["output of a client that never answers"];
+    const std::string shown = m_files["output of a client that never answers"];
     const std::string beginning = shown.substr(0, shown.find("within"));
     ASSERT_FALSE(beginning.empty());
     EXPECT_NE(output().find(beginning), std::string::npos) << output();
@@ -94,9 +94,9 @@ TEST_F(IntegratorsPage, has_a_check_that_fails_with_a_client_that_never_answers)
 }
 
 TEST_F(IntegratorsPage, has_a_check_that_fails_with_a_bad_scenario) {
-    write("retry.scenario", "expect nothing\n" + files_["retry.scenario"]);
-    write("client.py", files_["client.py"]);
-    write("check.sh", files_["check.sh"]);
+    write("retry.scenario", "expect nothing\n" + m_files["retry.scenario"]);
+    write("client.py", m_files["client.py"]);
+    write("check.sh", m_files["check.sh"]);
     EXPECT_EQ(run_check(), 1) << output();
     EXPECT_NE(output().find("retry.scenario:1: nothing known to expect"), std::string::npos)
         << output();

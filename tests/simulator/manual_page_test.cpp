@@ -1,9 +1,9 @@
 // Holds the manual page and the command "help" to the same commands and faults.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <sstream>
+
+#include <gtest/gtest.h>
 
 #include "command_interpreter.h"
 #include "glib_support.h"

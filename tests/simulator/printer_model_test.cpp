@@ -13,18 +13,18 @@ const PrinterError CARD{"Back Office", "4", "111", "4", "Card not picked.", "0"}
 // A client that quotes each reply in its next request.
 class Poller {
 public:
-    explicit Poller(PrinterModel& model) : model_(model) {}
+    explicit Poller(PrinterModel& model) : m_model(model) {}
 
     StatusReply poll() {
-        StatusReply reply = model_.choose_reply(quoted_);
-        model_.reply_sent(reply);
-        quoted_ = reply.text;
+        StatusReply reply = m_model.choose_reply(m_quoted);
+        m_model.reply_sent(reply);
+        m_quoted = reply.text;
         return reply;
     }
 
 private:
-    PrinterModel& model_;
-    std::string quoted_;
+    PrinterModel& m_model;
+    std::string m_quoted;
 };
 
 // Carries a command out as soon as it comes.

@@ -19,44 +19,44 @@ constexpr std::chrono::minutes LONG{10};
 class Service : public testing::Test {
 protected:
     void publish(const PrinterError& error) {
-        service_.call([&](PrinterService& service) { service.publish_error(error); });
+        m_service.call([&](PrinterService& service) { service.publish_error(error); });
     }
     void set_fault(std::string_view words) {
         Tokenizer tokenizer(words);
         const Fault fault = parse_fault_words(tokenizer);
-        service_.call([&](PrinterService& service) { service.set_fault(fault); });
+        m_service.call([&](PrinterService& service) { service.set_fault(fault); });
     }
     void hold(std::chrono::milliseconds time) {
-        service_.call([time](PrinterService& service) { service.set_hold(time); });
+        m_service.call([time](PrinterService& service) { service.set_hold(time); });
     }
     void carry_out(std::chrono::milliseconds time) {
-        service_.call([time](PrinterService& service) { service.set_carry_out(time); });
+        m_service.call([time](PrinterService& service) { service.set_carry_out(time); });
     }
     // Sends a status request and leaves it without its answer.
     std::unique_ptr<WireClient> ask(std::string_view quoted) {
-        auto client = std::make_unique<WireClient>(service_.port());
+        auto client = std::make_unique<WireClient>(m_service.port());
         client->send(framed(std::string(STATUS_REQUEST) + std::string(quoted)));
         return client;
     }
     static std::string answer_to(WireClient& client) {
         return client.receive_until_closed().substr(PREFIX_SIZE);
     }
-    std::string poll(std::string_view quoted = {}) { return poll_status(service_.port(), quoted); }
-    std::string raw_poll() { return raw_exchange(service_.port(), STATUS_REQUEST); }
+    std::string poll(std::string_view quoted = {}) { return poll_status(m_service.port(), quoted); }
+    std::string raw_poll() { return raw_exchange(m_service.port(), STATUS_REQUEST); }
     void command(int action, std::string_view job = "17") {
-        framed_exchange(service_.port(), job_command("Front Desk", job, "110", action));
+        framed_exchange(m_service.port(), job_command("Front Desk", job, "110", action));
     }
     bool refuses() const {
         try {
-            const WireClient client(service_.port());
+            const WireClient client(m_service.port());
             return false;
         } catch (const std::runtime_error&) {
             return true;
         }
     }
 
-    OccurrenceLog log_;
-    ServiceThread service_{log_.observer()};
+    OccurrenceLog m_log;
+    ServiceThread m_service{m_log.observer()};
 };
 
 TEST_F(Service, leads_a_client_through_all_events) {
@@ -74,22 +74,22 @@ TEST_F(Service, leads_a_client_through_all_events) {
 TEST_F(Service, answers_an_exchange_beside_silent_connections) {
     std::vector<std::unique_ptr<WireClient>> silent;
     for (int i = 0; i < 50; ++i) {
-        silent.push_back(std::make_unique<WireClient>(service_.port()));
+        silent.push_back(std::make_unique<WireClient>(m_service.port()));
     }
     EXPECT_EQ(poll(), idle_document());
     silent.clear();
-    const Occurrence closed = log_.wait_for("connection closed", 50);
+    const Occurrence closed = m_log.wait_for("connection closed", 50);
     EXPECT_FALSE(closed.value("outcome").empty());
 }
 
 TEST_F(Service, tells_a_silent_connection_from_a_served_one) {
-    auto silent = std::make_unique<WireClient>(service_.port());
+    auto silent = std::make_unique<WireClient>(m_service.port());
     silent.reset();
-    EXPECT_EQ(log_.wait_for("connection closed").value("outcome"), "silent");
+    EXPECT_EQ(m_log.wait_for("connection closed").value("outcome"), "silent");
     poll();
-    log_.wait_for("connection closed", 3);
+    m_log.wait_for("connection closed", 3);
     std::size_t served = 0;
-    for (const Occurrence& closed : log_.all("connection closed")) {
+    for (const Occurrence& closed : m_log.all("connection closed")) {
         served += closed.value("outcome") == "served" ? 1U : 0U;
         if (closed.value("outcome") == "served") {
             EXPECT_EQ(closed.value("received"), "30");
@@ -99,7 +99,7 @@ TEST_F(Service, tells_a_silent_connection_from_a_served_one) {
 }
 
 TEST_F(Service, takes_a_request_in_pieces_of_one_byte) {
-    WireClient client(service_.port());
+    WireClient client(m_service.port());
     for (const char byte : framed(STATUS_REQUEST)) {
         client.send({&byte, 1});
     }
@@ -107,7 +107,7 @@ TEST_F(Service, takes_a_request_in_pieces_of_one_byte) {
 }
 
 TEST_F(Service, serves_others_while_one_request_is_incomplete) {
-    WireClient half(service_.port());
+    WireClient half(m_service.port());
     const std::string frame = framed(STATUS_REQUEST);
     half.send(frame.substr(0, 12));
     EXPECT_EQ(poll(), idle_document());
@@ -116,7 +116,7 @@ TEST_F(Service, serves_others_while_one_request_is_incomplete) {
 }
 
 TEST_F(Service, answers_a_client_that_has_shut_down_its_sending_side) {
-    WireClient client(service_.port());
+    WireClient client(m_service.port());
     client.send(framed(STATUS_REQUEST));
     client.shut_down_sending();
     EXPECT_EQ(client.receive_until_closed(), framed(idle_document()));
@@ -124,7 +124,7 @@ TEST_F(Service, answers_a_client_that_has_shut_down_its_sending_side) {
 
 TEST_F(Service, answers_such_a_client_late_as_well) {
     set_fault("delay 50ms");
-    WireClient client(service_.port());
+    WireClient client(m_service.port());
     client.send(framed(STATUS_REQUEST));
     client.shut_down_sending();
     EXPECT_EQ(client.receive_until_closed(), framed(idle_document()));
@@ -132,34 +132,34 @@ TEST_F(Service, answers_such_a_client_late_as_well) {
 
 TEST_F(Service, serves_others_while_a_client_does_not_read_its_reply) {
     set_fault("big 64M times 1");
-    WireClient slow(service_.port());
+    WireClient slow(m_service.port());
     slow.send(framed(STATUS_REQUEST));
-    log_.wait_for("fault ended");
+    m_log.wait_for("fault ended");
     EXPECT_EQ(poll(), idle_document());
     EXPECT_EQ(slow.receive_until_closed().size(), PREFIX_SIZE + (64U << 20));
 }
 
 TEST_F(Service, reports_a_connection_that_ends_inside_a_request) {
     {
-        WireClient client(service_.port());
+        WireClient client(m_service.port());
         client.send(framed(STATUS_REQUEST).substr(0, 20));
     }
-    const Occurrence closed = log_.wait_for("connection closed");
+    const Occurrence closed = m_log.wait_for("connection closed");
     EXPECT_EQ(closed.value("outcome"), "broken");
     EXPECT_FALSE(closed.is_routine());
 }
 
 TEST_F(Service, closes_on_a_length_that_cannot_be_meant) {
-    WireClient client(service_.port());
+    WireClient client(m_service.port());
     client.send(frame_prefix(UINT64_MAX));
     EXPECT_EQ(client.receive_until_closed(), "");
-    EXPECT_EQ(log_.wait_for("request refused").value("announced"), "18446744073709551615");
+    EXPECT_EQ(m_log.wait_for("request refused").value("announced"), "18446744073709551615");
 }
 
 TEST_F(Service, takes_a_quoted_text_of_a_mebibyte_with_zero_bytes) {
     std::string text(1 << 20, 'x');
     text[1000] = '\0';
-    service_.call([&](PrinterService& service) { service.publish_raw(text); });
+    m_service.call([&](PrinterService& service) { service.publish_raw(text); });
     EXPECT_EQ(poll(), text);
     publish(RIBBON);
     EXPECT_EQ(element(poll(text), "PrinterName"), "Front Desk");
@@ -168,8 +168,8 @@ TEST_F(Service, takes_a_quoted_text_of_a_mebibyte_with_zero_bytes) {
 TEST_F(Service, shows_a_command_with_its_exact_text) {
     publish({"A & \"B\"", "17", "110", "3", "", "0"});
     const std::string request = job_command("A &amp; &quot;B&quot;", "17", "110", ACTION_RETRY);
-    EXPECT_EQ(framed_exchange(service_.port(), request), action_result_document("accepted"));
-    const Occurrence shown = log_.wait_for("request command");
+    EXPECT_EQ(framed_exchange(m_service.port(), request), action_result_document("accepted"));
+    const Occurrence shown = m_log.wait_for("request command");
     EXPECT_EQ(shown.value("printer"), "A & \"B\"");
     EXPECT_EQ(shown.value("job"), "17");
     EXPECT_EQ(shown.value("action"), "102");
@@ -188,28 +188,28 @@ TEST_F(Service, withdraws_the_error_of_a_cancelled_job) {
 
 TEST_F(Service, lets_a_retried_job_fail_again_after_its_time) {
     publish(RIBBON);
-    service_.call([](PrinterService& service) {
+    m_service.call([](PrinterService& service) {
         service.plan_failures("Front Desk", "17", 1, std::chrono::milliseconds(20));
     });
     command(ACTION_RETRY);
-    const Occurrence again = log_.wait_for("event published", 3);
+    const Occurrence again = m_log.wait_for("event published", 3);
     EXPECT_EQ(again.value("kind"), "show");
     EXPECT_EQ(again.value("job"), "17");
     command(ACTION_RETRY);
-    EXPECT_EQ(log_.wait_for("event published", 4).value("kind"), "remove");
+    EXPECT_EQ(m_log.wait_for("event published", 4).value("kind"), "remove");
 }
 
 TEST_F(Service, reports_and_answers_odd_requests) {
     publish(RIBBON);
     const auto answer = [&](std::string_view request) {
-        return element(framed_exchange(service_.port(), request), "Result");
+        return element(framed_exchange(m_service.port(), request), "Result");
     };
     EXPECT_EQ(answer(job_command("Front Desk", "99", "110", ACTION_CANCEL)), "unknown-job");
-    EXPECT_EQ(log_.wait_for("request command").value("known"), "no");
+    EXPECT_EQ(m_log.wait_for("request command").value("known"), "no");
     EXPECT_EQ(answer(job_command("Front Desk", "17", "110", 7)), "unknown-action");
-    EXPECT_EQ(log_.wait_for("request command", 2).value("action_name"), "unknown");
+    EXPECT_EQ(m_log.wait_for("request command", 2).value("action_name"), "unknown");
     EXPECT_EQ(answer("hello\xff"), "unreadable-request");
-    EXPECT_EQ(log_.wait_for("request unreadable").value("text"), "hello\xff");
+    EXPECT_EQ(m_log.wait_for("request unreadable").value("text"), "hello\xff");
     EXPECT_EQ(answer(""), "unreadable-request");
     EXPECT_EQ(element(poll(), "PrinterName"), "Front Desk");
 }
@@ -218,9 +218,9 @@ TEST_F(Service, hides_polls_without_news_as_routine) {
     publish(RIBBON);
     const std::string first = poll();
     poll(first);
-    EXPECT_FALSE(log_.wait_for("reply status").is_routine());
-    EXPECT_TRUE(log_.wait_for("reply status", 2).is_routine());
-    EXPECT_TRUE(log_.wait_for("connection opened").is_routine());
+    EXPECT_FALSE(m_log.wait_for("reply status").is_routine());
+    EXPECT_TRUE(m_log.wait_for("reply status", 2).is_routine());
+    EXPECT_TRUE(m_log.wait_for("connection opened").is_routine());
 }
 
 TEST_F(Service, refuses_connects_on_request_and_takes_them_again) {
@@ -232,22 +232,22 @@ TEST_F(Service, refuses_connects_on_request_and_takes_them_again) {
 
 TEST_F(Service, stays_silent_on_request) {
     set_fault("silent");
-    WireClient client(service_.port());
+    WireClient client(m_service.port());
     client.send(framed(STATUS_REQUEST));
-    EXPECT_EQ(log_.wait_for("reply status").value("fault"), "silent");
+    EXPECT_EQ(m_log.wait_for("reply status").value("fault"), "silent");
     EXPECT_FALSE(client.is_readable_within(std::chrono::milliseconds(100)));
 }
 
 TEST_F(Service, resets_on_request) {
-    WireClient closed(service_.port());
+    WireClient closed(m_service.port());
     set_fault("cut 0");
     closed.send(framed(STATUS_REQUEST));
     EXPECT_FALSE(closed.ends_with_reset());
-    WireClient reset(service_.port());
+    WireClient reset(m_service.port());
     set_fault("reset times 1");
     reset.send(framed(STATUS_REQUEST));
     EXPECT_TRUE(reset.ends_with_reset());
-    EXPECT_EQ(log_.wait_for("reply status", 2).value("fault"), "reset times 1");
+    EXPECT_EQ(m_log.wait_for("reply status", 2).value("fault"), "reset times 1");
     EXPECT_EQ(poll(), idle_document());
 }
 
@@ -255,7 +255,7 @@ TEST_F(Service, carries_a_command_out_although_its_connection_is_reset) {
     publish(RIBBON);
     const std::string shown = poll();
     set_fault("reset on commands");
-    WireClient client(service_.port());
+    WireClient client(m_service.port());
     client.send(framed(job_command("Front Desk", "17", "110", ACTION_CANCEL)));
     EXPECT_TRUE(client.ends_with_reset());
     EXPECT_NE(poll(shown).find("<RemovePrinterError>"), std::string::npos);
@@ -274,7 +274,7 @@ TEST_F(Service, cuts_a_reply_as_often_as_asked) {
     EXPECT_EQ(raw_poll(), whole.substr(0, 12));
     EXPECT_EQ(raw_poll(), whole.substr(0, 12));
     EXPECT_EQ(raw_poll(), whole);
-    log_.wait_for("fault ended");
+    m_log.wait_for("fault ended");
 }
 
 TEST_F(Service, cuts_a_reply_at_every_offset) {
@@ -292,7 +292,7 @@ TEST_F(Service, lies_about_the_length) {
 
 TEST_F(Service, holds_the_connection_open_after_a_lie) {
     set_fault("lie 5000 hold");
-    WireClient client(service_.port());
+    WireClient client(m_service.port());
     client.send(framed(STATUS_REQUEST));
     client.receive(8 + idle_document().size());
     EXPECT_FALSE(client.is_readable_within(std::chrono::milliseconds(100)));
@@ -316,11 +316,12 @@ TEST_F(Service, loses_no_event_to_replies_that_the_client_could_not_use) {
         publish(CARD);
         set_fault(fault);
         const std::string useless =
-            raw_exchange(service_.port(), std::string(STATUS_REQUEST) + quoted).substr(PREFIX_SIZE);
+            raw_exchange(m_service.port(), std::string(STATUS_REQUEST) + quoted)
+                .substr(PREFIX_SIZE);
         const std::string taken =
             std::string_view(fault).starts_with("lie") ? useless.substr(0, 30) : useless;
         EXPECT_EQ(element(poll(taken), "PrinterName"), "Back Office") << fault;
-        service_.call([](PrinterService& service) { service.clear_all(); });
+        m_service.call([](PrinterService& service) { service.clear_all(); });
     }
 }
 
@@ -338,12 +339,12 @@ TEST_F(Service, spoils_only_the_replies_it_was_told_to) {
     publish(RIBBON);
     set_fault("cut 0 on commands");
     EXPECT_EQ(element(poll(), "PrinterName"), "Front Desk");
-    EXPECT_EQ(raw_exchange(service_.port(), job_command("Front Desk", "17", "110", 100)), "");
-    EXPECT_EQ(log_.wait_for("request command").value("known"), "yes");
+    EXPECT_EQ(raw_exchange(m_service.port(), job_command("Front Desk", "17", "110", 100)), "");
+    EXPECT_EQ(m_log.wait_for("request command").value("known"), "yes");
     set_fault("none");
     set_fault("cut 0 on status");
     EXPECT_EQ(raw_poll(), "");
-    EXPECT_EQ(framed_exchange(service_.port(), "x"), action_result_document("unreadable-request"));
+    EXPECT_EQ(framed_exchange(m_service.port(), "x"), action_result_document("unreadable-request"));
 }
 
 TEST_F(Service, spoils_replies_of_both_kinds_in_different_ways) {
@@ -351,13 +352,13 @@ TEST_F(Service, spoils_replies_of_both_kinds_in_different_ways) {
     set_fault("empty times 2 on status");
     set_fault("reset on commands");
     EXPECT_EQ(raw_poll(), framed(""));
-    WireClient client(service_.port());
+    WireClient client(m_service.port());
     client.send(framed(job_command("Front Desk", "17", "110", ACTION_CANCEL)));
     EXPECT_TRUE(client.ends_with_reset());
     EXPECT_EQ(raw_poll(), framed(""));
-    EXPECT_EQ(log_.wait_for("fault ended").value("fault"), "empty on status times 1");
+    EXPECT_EQ(m_log.wait_for("fault ended").value("fault"), "empty on status times 1");
     EXPECT_NE(raw_poll(), framed(""));
-    service_.call([](PrinterService& service) {
+    m_service.call([](PrinterService& service) {
         EXPECT_EQ(service.faults().description(), "reset on commands");
     });
 }
@@ -367,7 +368,7 @@ TEST_F(Service, holds_a_request_until_there_is_news) {
     const std::string first = poll();
     hold(LONG);
     const auto waiting = ask(first);
-    log_.wait_for("request held");
+    m_log.wait_for("request held");
     EXPECT_EQ(element(poll(), "PrinterName"), "Front Desk") << "this client has news";
     EXPECT_FALSE(waiting->is_readable_within(std::chrono::milliseconds(50)));
     publish(CARD);
@@ -381,9 +382,9 @@ TEST_F(Service, answers_a_held_request_after_its_time) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(poll(first), first);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(79));
-    service_.call([](PrinterService& service) { service.set_retelling(false); });
+    m_service.call([](PrinterService& service) { service.set_retelling(false); });
     EXPECT_EQ(poll(first), idle_document_after(1));
-    log_.wait_for("request held", 2);
+    m_log.wait_for("request held", 2);
 }
 
 TEST_F(Service, takes_commands_while_it_holds_requests) {
@@ -392,7 +393,7 @@ TEST_F(Service, takes_commands_while_it_holds_requests) {
     hold(LONG);
     const auto one = ask(first);
     const auto other = ask(first);
-    log_.wait_for("request held", 2);
+    m_log.wait_for("request held", 2);
     command(ACTION_CANCEL);
     EXPECT_NE(answer_to(*one).find("<RemovePrinterError>"), std::string::npos);
     EXPECT_NE(answer_to(*other).find("<RemovePrinterError>"), std::string::npos);
@@ -402,31 +403,31 @@ TEST_F(Service, forgets_a_held_request_with_its_connection) {
     hold(LONG);
     const std::string idle = idle_document();
     ask(idle)->reset();
-    log_.wait_for("connection closed");
+    m_log.wait_for("connection closed");
     const auto waiting = ask(idle);
-    log_.wait_for("request held", 2);
+    m_log.wait_for("request held", 2);
     publish(RIBBON);
     EXPECT_EQ(element(answer_to(*waiting), "PrinterName"), "Front Desk");
-    EXPECT_EQ(log_.all("reply status").size(), 1U);
+    EXPECT_EQ(m_log.all("reply status").size(), 1U);
 }
 
 TEST_F(Service, answers_held_requests_when_it_is_to_hold_no_longer) {
     hold(LONG);
     const auto waiting = ask(idle_document());
-    log_.wait_for("request held");
+    m_log.wait_for("request held");
     hold(std::chrono::milliseconds(0));
     EXPECT_EQ(answer_to(*waiting), idle_document());
     EXPECT_EQ(poll(idle_document()), idle_document());
-    EXPECT_EQ(log_.wait_for("settings", 2).line(), "settings retell=on hold_ms=0 carry_out_ms=0");
+    EXPECT_EQ(m_log.wait_for("settings", 2).line(), "settings retell=on hold_ms=0 carry_out_ms=0");
 }
 
 TEST_F(Service, drops_held_requests_when_stopped) {
     hold(LONG);
     const auto waiting = ask(idle_document());
-    log_.wait_for("request held");
-    service_.call([](PrinterService& service) { service.stop(); });
+    m_log.wait_for("request held");
+    m_service.call([](PrinterService& service) { service.stop(); });
     EXPECT_EQ(waiting->receive_until_closed(), "");
-    service_.call([](PrinterService& service) { service.start(); });
+    m_service.call([](PrinterService& service) { service.start(); });
     publish(RIBBON);
     EXPECT_EQ(element(poll(idle_document()), "PrinterName"), "Front Desk");
 }
@@ -434,7 +435,7 @@ TEST_F(Service, drops_held_requests_when_stopped) {
 TEST_F(Service, spoils_the_reply_to_a_held_request) {
     hold(LONG);
     const auto waiting = ask(idle_document());
-    log_.wait_for("request held");
+    m_log.wait_for("request held");
     set_fault("reset times 1 on status");
     publish(RIBBON);
     EXPECT_TRUE(waiting->ends_with_reset());
@@ -446,14 +447,14 @@ TEST_F(Service, goes_on_telling_an_error_until_the_command_is_carried_out) {
     const std::string first = poll();
     carry_out(LONG);
     EXPECT_EQ(
-        framed_exchange(service_.port(), job_command("Front Desk", "17", "110", ACTION_RETRY)),
+        framed_exchange(m_service.port(), job_command("Front Desk", "17", "110", ACTION_RETRY)),
         action_result_document("accepted"));
-    EXPECT_EQ(log_.wait_for("command planned").line(),
+    EXPECT_EQ(m_log.wait_for("command planned").line(),
               "command planned printer=\"Front Desk\" job=\"17\" action_name=retry "
               "after_ms=600000");
     EXPECT_EQ(poll(first), first);
     EXPECT_EQ(poll(), first);
-    service_.call([](PrinterService& service) {
+    m_service.call([](PrinterService& service) {
         service.set_retelling(false);
         EXPECT_EQ(service.model().open_error_count(), 1U);
     });
@@ -467,7 +468,7 @@ TEST_F(Service, carries_a_command_out_after_its_time) {
     carry_out(std::chrono::milliseconds(80));
     const auto start = std::chrono::steady_clock::now();
     command(ACTION_RETRY);
-    EXPECT_EQ(log_.wait_for("command carried out").value("withdrawn"), "yes");
+    EXPECT_EQ(m_log.wait_for("command carried out").value("withdrawn"), "yes");
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(79));
     EXPECT_NE(poll(first).find("<RemovePrinterError>"), std::string::npos);
 }
@@ -477,21 +478,21 @@ TEST_F(Service, carries_out_only_the_first_of_two_commands_for_one_error) {
     carry_out(std::chrono::milliseconds(50));
     command(ACTION_RETRY);
     command(ACTION_RETRY);
-    EXPECT_EQ(log_.wait_for("command carried out", 1).value("withdrawn"), "yes");
-    EXPECT_EQ(log_.wait_for("command carried out", 2).value("withdrawn"), "no");
-    EXPECT_EQ(log_.all("request command").size(), 2U);
+    EXPECT_EQ(m_log.wait_for("command carried out", 1).value("withdrawn"), "yes");
+    EXPECT_EQ(m_log.wait_for("command carried out", 2).value("withdrawn"), "no");
+    EXPECT_EQ(m_log.all("request command").size(), 2U);
 }
 
 TEST_F(Service, counts_the_time_to_the_next_failure_from_the_carrying_out) {
     publish(RIBBON);
     carry_out(std::chrono::milliseconds(50));
-    service_.call([](PrinterService& service) {
+    m_service.call([](PrinterService& service) {
         service.plan_failures("Front Desk", "17", 1, std::chrono::milliseconds(50));
     });
     const auto start = std::chrono::steady_clock::now();
     command(ACTION_RETRY);
-    EXPECT_EQ(log_.wait_for("event published", 2).value("kind"), "remove");
-    EXPECT_EQ(log_.wait_for("event published", 3).value("kind"), "show");
+    EXPECT_EQ(m_log.wait_for("event published", 2).value("kind"), "remove");
+    EXPECT_EQ(m_log.wait_for("event published", 3).value("kind"), "show");
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(98));
 }
 
@@ -500,32 +501,32 @@ TEST_F(Service, plans_no_command_that_it_cannot_carry_out) {
     carry_out(LONG);
     command(ACTION_CANCEL, "99");
     command(7);
-    EXPECT_EQ(log_.wait_for("reply command", 1).value("result"), "unknown-job");
-    EXPECT_EQ(log_.wait_for("reply command", 2).value("result"), "unknown-action");
-    EXPECT_TRUE(log_.all("command planned").empty());
+    EXPECT_EQ(m_log.wait_for("reply command", 1).value("result"), "unknown-job");
+    EXPECT_EQ(m_log.wait_for("reply command", 2).value("result"), "unknown-action");
+    EXPECT_TRUE(m_log.all("command planned").empty());
 }
 
 TEST_F(Service, drops_its_connections_when_stopped_and_keeps_its_state) {
     publish(RIBBON);
     const std::string first = poll();
-    WireClient client(service_.port());
-    log_.wait_for("connection opened", 3);
-    service_.call([](PrinterService& service) { service.stop(); });
+    WireClient client(m_service.port());
+    m_log.wait_for("connection opened", 3);
+    m_service.call([](PrinterService& service) { service.stop(); });
     EXPECT_EQ(client.receive_until_closed(), "");
     EXPECT_TRUE(refuses());
-    service_.call([](PrinterService& service) { service.start(); });
+    m_service.call([](PrinterService& service) { service.start(); });
     EXPECT_EQ(poll(first), first);
 }
 
 TEST_F(Service, comes_back_by_itself) {
-    service_.call([](PrinterService& service) { service.stop(std::chrono::milliseconds(30)); });
-    log_.wait_for("service started");
+    m_service.call([](PrinterService& service) { service.stop(std::chrono::milliseconds(30)); });
+    m_log.wait_for("service started");
     EXPECT_EQ(poll(), idle_document());
 }
 
 TEST_F(Service, survives_many_restarts) {
     for (int i = 0; i < 200; ++i) {
-        service_.call([](PrinterService& service) {
+        m_service.call([](PrinterService& service) {
             service.stop();
             service.start();
         });
@@ -534,14 +535,14 @@ TEST_F(Service, survives_many_restarts) {
 }
 
 TEST_F(Service, cannot_have_a_port_that_is_taken) {
-    EXPECT_THROW(ServiceThread({}, service_.port()), std::runtime_error);
+    EXPECT_THROW(ServiceThread({}, m_service.port()), std::runtime_error);
 }
 
 TEST_F(Service, serves_many_clients_at_once) {
     publish(RIBBON);
     std::vector<std::unique_ptr<WireClient>> clients;
     for (int i = 0; i < 100; ++i) {
-        clients.push_back(std::make_unique<WireClient>(service_.port()));
+        clients.push_back(std::make_unique<WireClient>(m_service.port()));
         clients.back()->send(framed(STATUS_REQUEST));
     }
     for (const auto& client : clients) {

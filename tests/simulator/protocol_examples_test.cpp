@@ -1,6 +1,4 @@
 // Keeps docs/protocol.md, the files in docs/examples and the simulated service together.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -8,6 +6,8 @@
 #include <map>
 #include <set>
 #include <sstream>
+
+#include <gtest/gtest.h>
 
 #include "glib_support.h"
 #include "service_thread.h"
@@ -108,16 +108,16 @@ TEST(ProtocolExamples, are_whole_frames) {
 class ProtocolExchange : public testing::Test {
 protected:
     std::string reply_to(const std::string& request_file) {
-        WireClient client(service_.port());
+        WireClient client(m_service.port());
         client.send(example(request_file));
         return client.receive_until_closed();
     }
     void publish(const PrinterError& error) {
-        service_.call([&](PrinterService& service) { service.publish_error(error); });
+        m_service.call([&](PrinterService& service) { service.publish_error(error); });
     }
 
-    OccurrenceLog log_;
-    ServiceThread service_{log_.observer()};
+    OccurrenceLog m_log;
+    ServiceThread m_service{m_log.observer()};
 };
 
 TEST_F(ProtocolExchange, of_status_requests_gives_the_examples) {
@@ -125,7 +125,7 @@ TEST_F(ProtocolExchange, of_status_requests_gives_the_examples) {
     publish({"Front Desk", "17", "110", "3", "Print ribbon out or missing.", "0"});
     EXPECT_EQ(reply_to("status-request-first.bin"), example("status-reply-show.bin"));
     EXPECT_EQ(framed(example("status-reply-show.xml")), example("status-reply-show.bin"));
-    service_.call([](PrinterService& service) { service.clear("Front Desk", "17"); });
+    m_service.call([](PrinterService& service) { service.clear("Front Desk", "17"); });
     EXPECT_EQ(reply_to("status-request-later.bin"), framed(example("status-reply-remove.xml")));
 }
 
@@ -140,14 +140,14 @@ TEST_F(ProtocolExchange, of_commands_gives_the_examples) {
         publish({"Front Desk", "17", "110", "3", "", "0"});
         publish({"Desk \"A\" & 'B' <1>", "a<b", "105", "3", "", "0"});
         EXPECT_EQ(reply_to(file), framed(example("command-reply.xml"))) << file;
-        const Occurrence shown = log_.wait_for("request command", ++number);
+        const Occurrence shown = m_log.wait_for("request command", ++number);
         EXPECT_EQ(shown.value("action_name"), action) << file;
         EXPECT_EQ(shown.value("known"), "yes") << file;
     }
 }
 
 TEST_F(ProtocolExchange, with_an_empty_reply_gives_the_example) {
-    service_.call([](PrinterService& service) { service.publish_raw(""); });
+    m_service.call([](PrinterService& service) { service.publish_raw(""); });
     EXPECT_EQ(reply_to("status-request-first.bin"), example("reply-empty.bin"));
 }
 

@@ -1,9 +1,6 @@
 #include <fcntl.h>
-#include <gio/gunixinputstream.h>
 #include <poll.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include <array>
 #include <chrono>
@@ -13,6 +10,9 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+
+#include <gio/gunixinputstream.h>
+#include <gtest/gtest.h>
 
 #include "glib_support.h"
 #include "line_splitter.h"
@@ -27,40 +27,40 @@ class Program {
 public:
     // Without `input`, which is taken over, the input is a pipe for `type`.
     explicit Program(const std::vector<std::string>& arguments, int input = -1)
-        : process_(started(arguments, input)) {}
+        : m_process(started(arguments, input)) {}
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
     ~Program() {
-        g_subprocess_force_exit(process_.get());
-        g_subprocess_wait(process_.get(), nullptr, nullptr);
+        g_subprocess_force_exit(m_process.get());
+        g_subprocess_wait(m_process.get(), nullptr, nullptr);
     }
 
     void type(const std::string& line) {
         const std::string bytes = line + "\n";
-        GOutputStream* input = g_subprocess_get_stdin_pipe(process_.get());
+        GOutputStream* input = g_subprocess_get_stdin_pipe(m_process.get());
         g_output_stream_write_all(input, bytes.data(), bytes.size(), nullptr, nullptr, nullptr);
     }
     void end_input() {
-        g_output_stream_close(g_subprocess_get_stdin_pipe(process_.get()), nullptr, nullptr);
+        g_output_stream_close(g_subprocess_get_stdin_pipe(m_process.get()), nullptr, nullptr);
     }
-    void signal(int number) { g_subprocess_send_signal(process_.get(), number); }
+    void signal(int number) { g_subprocess_send_signal(m_process.get(), number); }
 
     // The next line that holds `part`. Fails the test at the end of the output, or at DEADLINE.
-    std::string line_with(const std::string& part) { return output_.line_with(part); }
-    std::string complaint_with(const std::string& part) { return errors_.line_with(part); }
+    std::string line_with(const std::string& part) { return m_output.line_with(part); }
+    std::string complaint_with(const std::string& part) { return m_errors.line_with(part); }
     // All that comes until the end of the output.
-    std::string rest_of_output() { return output_.rest(); }
-    std::string rest_of_complaints() { return errors_.rest(); }
+    std::string rest_of_output() { return m_output.rest(); }
+    std::string rest_of_complaints() { return m_errors.rest(); }
     std::uint16_t ready_port() {
         const std::string line = line_with("ready port=");
         return static_cast<std::uint16_t>(std::atoi(line.c_str() + line.find('=') + 1));
     }
     int exit_status() {
         const bool ended =
-            wait_until([this] { return g_subprocess_get_identifier(process_.get()) == nullptr; });
+            wait_until([this] { return g_subprocess_get_identifier(m_process.get()) == nullptr; });
         EXPECT_TRUE(ended) << "the program did not end";
-        return ended && g_subprocess_get_if_exited(process_.get())
-                   ? g_subprocess_get_exit_status(process_.get())
+        return ended && g_subprocess_get_if_exited(m_process.get())
+                   ? g_subprocess_get_exit_status(m_process.get())
                    : -1;
     }
 
@@ -69,15 +69,16 @@ private:
     class Lines {
     public:
         explicit Lines(GInputStream* pipe)
-            : descriptor_(g_unix_input_stream_get_fd(G_UNIX_INPUT_STREAM(pipe))),
-              splitter_([this](std::string_view line, unsigned) { waiting_.emplace_back(line); }) {}
+            : m_descriptor(g_unix_input_stream_get_fd(G_UNIX_INPUT_STREAM(pipe))),
+              m_splitter(
+                  [this](std::string_view line, unsigned) { m_waiting.emplace_back(line); }) {}
 
         std::string line_with(const std::string& part) {
             const auto deadline = std::chrono::steady_clock::now() + DEADLINE;
             do {
-                while (!waiting_.empty()) {
-                    const std::string line = std::move(waiting_.front());
-                    waiting_.pop_front();
+                while (!m_waiting.empty()) {
+                    const std::string line = std::move(m_waiting.front());
+                    m_waiting.pop_front();
                     if (line.find(part) != std::string::npos) {
                         return line;
                     }
@@ -95,9 +96,9 @@ private:
                     break;
                 }
             }
-            splitter_.end();
+            m_splitter.end();
             std::string out;
-            for (const std::string& line : std::exchange(waiting_, {})) {
+            for (const std::string& line : std::exchange(m_waiting, {})) {
                 out += line + "\n";
             }
             return out;
@@ -105,22 +106,22 @@ private:
 
     private:
         bool read_more() {
-            pollfd polled{descriptor_, POLLIN, 0};
+            pollfd polled{m_descriptor, POLLIN, 0};
             std::array<char, 65536> buffer;
             if (poll(&polled, 1, static_cast<int>(DEADLINE.count())) != 1) {
                 return false;
             }
-            const ssize_t count = read(descriptor_, buffer.data(), buffer.size());
+            const ssize_t count = read(m_descriptor, buffer.data(), buffer.size());
             if (count <= 0) {
                 return false;
             }
-            splitter_.feed({buffer.data(), static_cast<std::size_t>(count)});
+            m_splitter.feed({buffer.data(), static_cast<std::size_t>(count)});
             return true;
         }
 
-        const int descriptor_;
-        std::deque<std::string> waiting_;
-        LineSplitter splitter_;
+        const int m_descriptor;
+        std::deque<std::string> m_waiting;
+        LineSplitter m_splitter;
     };
 
     static GSubprocess* started(const std::vector<std::string>& arguments, int input) {
@@ -139,31 +140,31 @@ private:
         return g_subprocess_launcher_spawnv(launcher.get(), argv.data(), nullptr);
     }
 
-    GObjectPtr<GSubprocess> process_;
-    Lines output_{g_subprocess_get_stdout_pipe(process_.get())};
-    Lines errors_{g_subprocess_get_stderr_pipe(process_.get())};
+    GObjectPtr<GSubprocess> m_process;
+    Lines m_output{g_subprocess_get_stdout_pipe(m_process.get())};
+    Lines m_errors{g_subprocess_get_stderr_pipe(m_process.get())};
 };
 
 // A directory of its own, gone at the end.
 class TemporaryDirectory {
 public:
-    TemporaryDirectory() : path_(testing::TempDir() + "simulator-XXXXXX") {
-        if (mkdtemp(path_.data()) == nullptr) {
+    TemporaryDirectory() : m_path(testing::TempDir() + "simulator-XXXXXX") {
+        if (mkdtemp(m_path.data()) == nullptr) {
             throw std::runtime_error("mkdtemp failed");
         }
     }
     TemporaryDirectory(const TemporaryDirectory&) = delete;
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-    ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
-    const std::string& path() const { return path_; }
+    ~TemporaryDirectory() { std::filesystem::remove_all(m_path); }
+    const std::string& path() const { return m_path; }
     // Writes a file there and returns its path.
     std::string file(const std::string& name, std::string_view content) const {
-        std::ofstream(path_ + "/" + name, std::ios::binary) << content;
-        return path_ + "/" + name;
+        std::ofstream(m_path + "/" + name, std::ios::binary) << content;
+        return m_path + "/" + name;
     }
 
 private:
-    std::string path_;
+    std::string m_path;
 };
 
 TEST(SimulatorProgram, takes_commands_and_serves_them) {

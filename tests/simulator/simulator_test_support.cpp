@@ -16,29 +16,29 @@
 
 namespace printer_simulator::test {
 
-WireClient::WireClient(std::uint16_t port) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
+WireClient::WireClient(std::uint16_t port) : m_socket(::socket(AF_INET, SOCK_STREAM, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     timeval limit{};
     limit.tv_sec = std::chrono::ceil<std::chrono::seconds>(DEADLINE).count();
-    ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    if (::connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-        ::close(socket_);
+    ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    if (::connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        ::close(m_socket);
         throw std::runtime_error("connect refused");
     }
 }
 
 WireClient::~WireClient() {
-    if (socket_ >= 0) {
-        ::close(socket_);
+    if (m_socket >= 0) {
+        ::close(m_socket);
     }
 }
 
 void WireClient::send(std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t count = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        const ssize_t count = ::send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (count < 0) {
             throw std::runtime_error("send failed");
         }
@@ -47,13 +47,13 @@ void WireClient::send(std::string_view bytes) {
 }
 
 void WireClient::shut_down_sending() {
-    ::shutdown(socket_, SHUT_WR);
+    ::shutdown(m_socket, SHUT_WR);
 }
 
 void WireClient::reset() {
     const linger at_once{1, 0};
-    ::setsockopt(socket_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
-    ::close(std::exchange(socket_, -1));
+    ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+    ::close(std::exchange(m_socket, -1));
 }
 
 std::string WireClient::receive(std::size_t count) {
@@ -61,7 +61,7 @@ std::string WireClient::receive(std::size_t count) {
     std::array<char, 65536> buffer;
     while (received.size() < count) {
         const ssize_t got =
-            ::recv(socket_, buffer.data(), std::min(buffer.size(), count - received.size()), 0);
+            ::recv(m_socket, buffer.data(), std::min(buffer.size(), count - received.size()), 0);
         if (got < 0) {
             throw std::runtime_error("receive failed");
         }
@@ -81,7 +81,7 @@ bool WireClient::ends_with_reset() {
     std::array<char, 65536> buffer;
     ssize_t got = 1;
     while (got > 0) {
-        got = ::recv(socket_, buffer.data(), buffer.size(), 0);
+        got = ::recv(m_socket, buffer.data(), buffer.size(), 0);
     }
     if (got < 0 && errno != ECONNRESET) {
         throw std::runtime_error("the connection did not end");
@@ -90,7 +90,7 @@ bool WireClient::ends_with_reset() {
 }
 
 bool WireClient::is_readable_within(std::chrono::milliseconds time) const {
-    pollfd watched{socket_, POLLIN, 0};
+    pollfd watched{m_socket, POLLIN, 0};
     return ::poll(&watched, 1, static_cast<int>(time.count())) > 0;
 }
 
@@ -136,19 +136,19 @@ std::string element(const std::string& document, const std::string& name) {
 ServiceObserver OccurrenceLog::observer() {
     ServiceObserver observer;
     observer.occurred = [this](const Occurrence& occurrence) {
-        const std::lock_guard lock(mutex_);
-        occurrences_.push_back(occurrence);
-        changed_.notify_all();
+        const std::lock_guard lock(m_mutex);
+        m_occurrences.push_back(occurrence);
+        m_changed.notify_all();
     };
     return observer;
 }
 
 Occurrence OccurrenceLog::wait_for(std::string_view words, std::size_t count) {
-    std::unique_lock lock(mutex_);
+    std::unique_lock lock(m_mutex);
     const Occurrence* found = nullptr;
     const auto happened = [&] {
         std::size_t seen = 0;
-        for (const Occurrence& occurrence : occurrences_) {
+        for (const Occurrence& occurrence : m_occurrences) {
             if (occurrence.words() == words && ++seen == count) {
                 found = &occurrence;
                 return true;
@@ -156,16 +156,16 @@ Occurrence OccurrenceLog::wait_for(std::string_view words, std::size_t count) {
         }
         return false;
     };
-    if (!changed_.wait_for(lock, DEADLINE, happened)) {
+    if (!m_changed.wait_for(lock, DEADLINE, happened)) {
         throw std::runtime_error("did not happen: " + std::string(words));
     }
     return *found;
 }
 
 std::vector<Occurrence> OccurrenceLog::all(std::string_view words) {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(m_mutex);
     std::vector<Occurrence> matching;
-    std::copy_if(occurrences_.begin(), occurrences_.end(), std::back_inserter(matching),
+    std::copy_if(m_occurrences.begin(), m_occurrences.end(), std::back_inserter(matching),
                  [words](const Occurrence& occurrence) { return occurrence.words() == words; });
     return matching;
 }

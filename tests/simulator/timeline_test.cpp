@@ -14,28 +14,28 @@ protected:
     void add(milliseconds after, const std::string& name,
              Timeline::Purpose purpose = Timeline::Purpose::awaited) {
         const auto action = [this, name] {
-            done_ += name;
+            m_done += name;
         };
-        last_ = timeline_.at(start_ + after, action, purpose);
+        m_last = m_timeline.at(m_start + after, action, purpose);
     }
     bool turn_until(const std::function<bool()>& condition) {
         return wait_until([&] {
-            g_main_context_iteration(context_.get(), FALSE);
+            g_main_context_iteration(m_context.get(), FALSE);
             return condition();
         });
     }
 
-    const GMainContextPtr context_{g_main_context_new()};
-    int drained_ = 0;
-    Timeline timeline_{context_.get(), counter()};
-    const Timeline::Clock::time_point start_ = Timeline::Clock::now();
-    Timeline::Ticket last_;
-    std::string done_;
+    const GMainContextPtr m_context{g_main_context_new()};
+    int m_drained = 0;
+    Timeline m_timeline{m_context.get(), counter()};
+    const Timeline::Clock::time_point m_start = Timeline::Clock::now();
+    Timeline::Ticket m_last;
+    std::string m_done;
 
 private:
     std::function<void()> counter() {
         return [this] {
-            ++drained_;
+            ++m_drained;
         };
     }
 };
@@ -45,38 +45,38 @@ TEST_F(TimelineTest, runs_actions_at_their_time_and_in_their_order) {
     add(milliseconds(0), "a");
     add(milliseconds(10), "b");
     add(milliseconds(10), "c");
-    EXPECT_FALSE(timeline_.empty());
-    EXPECT_TRUE(turn_until([this] { return drained_ == 1; }));
-    EXPECT_GE(Timeline::Clock::now() - start_, milliseconds(30));
-    EXPECT_EQ(done_, "abcd");
-    EXPECT_TRUE(timeline_.empty());
+    EXPECT_FALSE(m_timeline.empty());
+    EXPECT_TRUE(turn_until([this] { return m_drained == 1; }));
+    EXPECT_GE(Timeline::Clock::now() - m_start, milliseconds(30));
+    EXPECT_EQ(m_done, "abcd");
+    EXPECT_TRUE(m_timeline.empty());
 }
 
 TEST_F(TimelineTest, forgets_what_is_cancelled) {
     add(milliseconds(0), "a");
-    timeline_.cancel(last_);
-    EXPECT_TRUE(timeline_.empty());
+    m_timeline.cancel(m_last);
+    EXPECT_TRUE(m_timeline.empty());
     add(milliseconds(0), "b");
-    const Timeline::Ticket second = last_;
+    const Timeline::Ticket second = m_last;
     add(milliseconds(5), "c");
-    timeline_.cancel(second);
-    timeline_.cancel(second);
-    EXPECT_TRUE(turn_until([this] { return drained_ == 1; }));
-    EXPECT_EQ(done_, "c");
-    timeline_.cancel(last_);
-    EXPECT_TRUE(timeline_.empty());
+    m_timeline.cancel(second);
+    m_timeline.cancel(second);
+    EXPECT_TRUE(turn_until([this] { return m_drained == 1; }));
+    EXPECT_EQ(m_done, "c");
+    m_timeline.cancel(m_last);
+    EXPECT_TRUE(m_timeline.empty());
 }
 
 TEST_F(TimelineTest, lets_others_run_beside_what_is_always_due) {
     int turns = 0;
     std::function<void()> again = [&] {
         if (++turns < 1000000) {
-            timeline_.at(Timeline::Clock::now(), again);
+            m_timeline.at(Timeline::Clock::now(), again);
         }
     };
     again();
     bool other = false;
-    const MainSource timer = MainSource::timer(context_.get(), milliseconds(1), [&other] {
+    const MainSource timer = MainSource::timer(m_context.get(), milliseconds(1), [&other] {
         other = true;
         return false;
     });
@@ -86,11 +86,11 @@ TEST_F(TimelineTest, lets_others_run_beside_what_is_always_due) {
 
 TEST_F(TimelineTest, does_not_wait_for_companions) {
     add(std::chrono::minutes(20), "never", Timeline::Purpose::companion);
-    EXPECT_TRUE(timeline_.empty());
+    EXPECT_TRUE(m_timeline.empty());
     add(milliseconds(5), "a");
-    EXPECT_FALSE(timeline_.empty());
-    EXPECT_TRUE(turn_until([this] { return drained_ == 1; }));
-    EXPECT_EQ(done_, "a");
+    EXPECT_FALSE(m_timeline.empty());
+    EXPECT_TRUE(turn_until([this] { return m_drained == 1; }));
+    EXPECT_EQ(m_done, "a");
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "tokenizer.h"
 
-#include <gtest/gtest.h>
-
 #include <limits>
+
+#include <gtest/gtest.h>
 
 #include "occurrence.h"
 

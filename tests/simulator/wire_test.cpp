@@ -1,8 +1,8 @@
 #include "wire.h"
 
-#include <gtest/gtest.h>
-
 #include <limits>
+
+#include <gtest/gtest.h>
 
 namespace printer_simulator {
 namespace {

@@ -2,8 +2,6 @@
 // three themes: readable as a whole, or scrolling with a scroll bar that is there. And every one in
 // the language of ZOR_LANGUAGE, whose compiled translation lies below ZOR_LOCALE_DIRECTORY.
 
-#include "shell_support.h"
-
 #include <libintl.h>
 
 #include <bit>
@@ -11,6 +9,8 @@
 #include <fstream>
 #include <set>
 #include <sstream>
+
+#include "shell_support.h"
 
 namespace {
 

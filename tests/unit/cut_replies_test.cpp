@@ -1,11 +1,10 @@
 // The client against a service that breaks off, restarts and lies, thousands of times over real
 // sockets: each failure has its text, costs no descriptor and no memory, and the next reply counts.
 
-#include "zor_printer_io.h"
-
 #include <optional>
 
 #include "fake_peer.h"
+#include "zor_printer_io.h"
 
 namespace {
 

@@ -1,8 +1,6 @@
 // The writing rules of docs/glossary.md, held against every body that is not fixed to the letter:
 // how a place in the machine is opened, what becomes of card and job, one name for one thing.
 
-#include "zor_messages.h"
-
 #include <algorithm>
 #include <cctype>
 #include <fstream>
@@ -15,6 +13,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "zor_messages.h"
 
 namespace {
 

@@ -1,6 +1,8 @@
 // The guard against every history of what can happen to a box, and against the rule in the words of
 // somebody who sees the whole history.
 
+#include "typing_guard.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <functional>
@@ -8,8 +10,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-
-#include "typing_guard.h"
 
 namespace {
 

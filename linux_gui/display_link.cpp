@@ -73,7 +73,8 @@ int handle_x_server_loss(Display* /*display*/) {
 } // namespace
 
 void prefer_x11() {
-    gdk_set_allowed_backends("x11,*");
+    static std::once_flag is_asked_for; // GDK copies the text each time and frees no copy
+    std::call_once(is_asked_for, [] { gdk_set_allowed_backends("x11,*"); });
 }
 
 void end_clearly_without_display() {

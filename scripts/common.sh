@@ -16,6 +16,26 @@ language_packages=(gettext locales fonts-noto-cjk)
 
 say() { printf '%s\n' "$*"; }
 
+# ---- Arguments ----------------------------------------------------------------------------------
+# Each script goes through its arguments in one loop over `case $1`, ends with `--help) show_help ;;`
+# and `*) wrong_usage "$1" ;;`, and does nothing before. Its head comment is its help.
+
+help_text() { sed -n '2,/^[^#]/ s/^# \{0,1\}//p' "$0"; }
+show_help() { help_text; exit 0; }
+# wrong_usage ARGUMENT: for one that the script does not know, or that lacks its value.
+wrong_usage() {
+    {
+        say "$(basename "$0"): wrong argument: $1"
+        say "usage:"
+        help_text | grep '^  scripts/'
+    } >&2
+    exit 2
+}
+# need_value OPTION VALUE...: what follows an option on the command line holds its value.
+need_value() { [ $# -ge 2 ] || wrong_usage "$1"; }
+
+# ---- Packages, builds ---------------------------------------------------------------------------
+
 # need_packages PACKAGE...: installs those of them that are missing.
 need_packages() {
     local package missing=()
@@ -39,14 +59,22 @@ need_packages() {
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# build DIRECTORY [CMAKE-OPTION]...: configures and compiles.
+# build_directory PRESET: where a preset of CMakePresets.json is built.
+build_directory() {
+    case $1 in
+    release | test) say "$tree/build" ;;
+    *) say "$tree/build-$1" ;;
+    esac
+}
+
+# build PRESET [CMAKE-OPTION]...: configures and compiles as a preset of CMakePresets.json says.
 build() {
-    local directory=$1
+    local preset=$1 log
     shift
-    say "Building in $directory"
-    local log=$directory/build.log
-    mkdir -p "$directory"
-    { cmake -S "$tree" -B "$directory" -G Ninja "$@" && cmake --build "$directory"; } \
+    log=$(build_directory "$preset")/build.log
+    say "Building in $(dirname "$log")"
+    mkdir -p "$(dirname "$log")"
+    (cd "$tree" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset") \
         >"$log" 2>&1 || {
         cat "$log"
         say "The build failed."

@@ -2,22 +2,19 @@
 # wait a good deal, so three lines of them go on at a time.
 # shellcheck shell=bash disable=SC2154
 
-# build_checked NAME DIRECTORY OPTION...: a build as a check of its own.
-build_checked() {
-    check "build: $1" build "$2" -DZOR_BUILD_TESTS=ON -DZOR_WARNINGS_AS_ERRORS=ON "${@:3}"
-}
+# build_checked PRESET: a build as a check of its own.
+build_checked() { check "build: $1" build "$1" -DZOR_WARNINGS_AS_ERRORS=ON; }
 
-# sanitized NAME DIRECTORY EXCLUDED: all but the slow tests, and the excluded ones: those of the
-# packaging install nothing with a sanitizer, those of the boxes' sizes only measure, those of the
-# harness never start the program, and the histories come by themselves.
+# sanitized PRESET: all tests but the slow ones and those of the test harness, which never start the
+# program.
 sanitized() {
-    suite "unit tests under the $1" run_ctest "$2" 900 -E "$3"
-    suite "desktop tests under the $1" run_pytest "$2" -m "not slow" --ignore test_harness.py
+    suite "unit tests under $1" run_ctest "$1"
+    suite "desktop tests under $1" run_pytest "$1" -m "not slow" --ignore test_harness.py
 }
 
 come_and_go() {
     suite "20,000 errors that come and go" \
-        run_pytest "$tree/build" -rP -m slow -k errors_that_come_and_go
+        run_pytest test -rP -m slow -k errors_that_come_and_go
 }
 
 packages() {
@@ -32,37 +29,28 @@ packages() {
 histories() {
     check "a thousand histories of the shell from seed $1, address sanitizer" \
         env ZOR_MODEL_HISTORIES=1000 ZOR_MODEL_SEED="$1" \
-        ASAN_OPTIONS="$ASAN_OPTIONS:quarantine_size_mb=32" \
+        ASAN_OPTIONS=quarantine_size_mb=32 \
         "$tree/tests/sandbox" --display bash -c \
         'echo 19 2>/dev/null >/proc/self/autogroup; exec nice -n 19 "$0"' \
-        "$tree/build-asan-ubsan/tests/unit/shell_model_test"
+        "$(build_directory asan-ubsan)/tests/unit/shell_model_test"
 }
 
 long_tests() {
-    suite "long desktop tests" run_pytest "$tree/build" -rP -m slow -k "not errors_that_come_and_go"
+    suite "long desktop tests" run_pytest test -rP -m slow -k "not errors_that_come_and_go"
 }
 
-build_checked "clang" "$tree/build-clang" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug
-build_checked "address and undefined-behaviour sanitizers" "$tree/build-asan-ubsan" \
-    -DCMAKE_BUILD_TYPE=Debug -DZOR_SANITIZE=address,undefined
-build_checked "thread sanitizer" "$tree/build-tsan" \
-    -DCMAKE_BUILD_TYPE=Debug -DZOR_SANITIZE=thread
-
-export ASAN_OPTIONS="detect_leaks=1:allocator_may_return_null=1"
-export LSAN_OPTIONS="suppressions=$tree/tests/lsan.supp:print_suppressions=0"
-export UBSAN_OPTIONS="print_stacktrace=1"
-# One test looks from a signal handler at what was logged; the program itself has no handlers.
-export TSAN_OPTIONS="suppressions=$tree/tests/tsan.supp:halt_on_error=1:report_signal_unsafe=0"
+build_checked clang
+build_checked asan-ubsan
+build_checked tsan
 
 address_lane() {
-    sanitized "address and undefined-behaviour sanitizers" "$tree/build-asan-ubsan" \
-        'packaging|box_fit|shell_model'
+    sanitized asan-ubsan
     histories 1 &
     histories 1001 &
     wait
 }
 thread_lane() {
-    sanitized "thread sanitizer" "$tree/build-tsan" 'packaging|box_fit|fuzz'
+    sanitized tsan
     ZOR_DEADLINE_SCALE=3 long_tests
     packages
 }

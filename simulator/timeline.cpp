@@ -48,7 +48,9 @@ void Timeline::run_due() {
     // repetition cannot keep everything else from running.
     const Clock::time_point now = Clock::now();
     while (!m_waiting.empty() && m_waiting.begin()->first.first <= now) {
-        const Entry entry = std::move(m_waiting.extract(m_waiting.begin()).mapped());
+        const auto first = m_waiting.begin();
+        const Entry entry = std::move(first->second);
+        m_waiting.erase(first);
         m_awaited -= entry.purpose == Purpose::awaited ? 1U : 0U;
         entry.action();
     }

@@ -419,8 +419,7 @@ public:
     // Whether the client has the connection open and has sent nothing that was not received.
     bool is_silent() {
         char byte = 0;
-        return __real_recv(m_handle, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == -1 &&
-               (errno == EAGAIN || errno == EWOULDBLOCK);
+        return __real_recv(m_handle, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == -1 && errno == EAGAIN;
     }
 
 private:

@@ -6,10 +6,7 @@ function(zor_add_shell_test name)
     zor_add_unit_test(${name} DISPLAY LIBRARIES zor_card_printer_shell X11 ${CMAKE_DL_LIBS}
                       WRAP openlog syslog __syslog_chk g_usleep gtk_window_close ${arg_WRAP})
     target_compile_definitions(${name} PRIVATE ZOR_DATA_DIRECTORY="${PROJECT_SOURCE_DIR}/Data")
-    # Named leaks inside the desktop's libraries; without the leak check nobody reads this.
-    set_tests_properties(${name} PROPERTIES
-        ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp"
-        TIMEOUT 300)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()
 
 zor_add_shell_test(shell_start_test WRAP fork setsid g_application_run g_log_set_writer_func)

@@ -37,10 +37,11 @@ def wait_for(what, condition, seconds=20):
         time.sleep(0.05)
 
 
-def install(prefix, destdir=None):
-    """Installs the build; returns the directory that the prefix became."""
+def install(prefix, destdir=None, component=None):
+    """Installs the build, or one component; returns the directory that the prefix became."""
     environment = dict(os.environ, DESTDIR=str(destdir or ""))
-    run("cmake", "--install", BUILD, "--prefix", prefix, env=environment)
+    part = ["--component", component] if component else []
+    run("cmake", "--install", BUILD, "--prefix", prefix, *part, env=environment)
     return pathlib.Path(f"{destdir or ''}{prefix}")
 
 

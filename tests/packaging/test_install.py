@@ -40,6 +40,15 @@ def test_installs_exactly_the_listed_files(staged):
     assert listed == sorted(listed)
 
 
+def test_the_simulated_service_is_a_component_of_its_own(staged, tmp_path):
+    for name in ("program", "simulator"):
+        install("/usr", tmp_path / name, name)
+    parts = {name: list_files(tmp_path / name) for name in ("program", "simulator")}
+    assert sorted(parts["program"] + parts["simulator"]) == list_files(staged)
+    assert f"/usr/bin/{SIMULATOR}" in parts["simulator"]
+    assert not [path for path in parts["program"] if SIMULATOR in path]
+
+
 def test_links_between_the_installed_pages_hold(staged):
     pages = list((staged / f"usr/share/doc/{NAME}").rglob("*.md"))
     broken = [f"{page.relative_to(staged)}: {target}" for page in pages

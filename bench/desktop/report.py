@@ -11,7 +11,7 @@ def machine():
     with open("/etc/os-release") as file:
         distribution = re.search(r'^PRETTY_NAME="(.*)"$', file.read(), re.M)
     return {"processor": model.group(1) if model else platform.machine(),
-            "cores": os.cpu_count(), "kernel": platform.release(),
+            "cores": os.cpu_count(),
             "distribution": distribution.group(1) if distribution else "unknown"}
 
 

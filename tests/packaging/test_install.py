@@ -57,6 +57,11 @@ def test_links_between_the_installed_pages_hold(staged):
     assert len(pages) > 5 and broken == []
 
 
+def test_every_manual_of_a_command_has_its_command(staged):
+    pages = {page.stem for page in (staged / "usr/share/man/man1").iterdir()}
+    assert pages == {command.name for command in (staged / "usr/bin").iterdir()}
+
+
 def test_modes_let_everybody_use_and_nobody_change(staged):
     programs = {f"/usr/bin/{NAME}", f"/usr/bin/{SIMULATOR}", f"/usr/libexec/{NAME}/{NAME}"}
     wrong = []

@@ -111,12 +111,25 @@ bool fits_with_less_space(GtkTextView* text_view, int line_width, int height_lim
     return false;
 }
 
-// The height of the text area whose text is up to line_width wide: up to 60 % of the screen's
-// height. What is higher scrolls, and ends in the middle of a line, because a whole last line in
-// sight would look like the end of the text.
+int get_least_height(GtkWidget* widget) {
+    int height = 0;
+    gtk_widget_get_preferred_height(widget, &height, nullptr);
+    return height;
+}
+
+// How high the text area may be. Buttons that stand on one another must stay on the screen, and so
+// must the frame that the window manager adds.
+int get_height_limit(GtkWidget* window, GtkWidget* scrolled_window) {
+    const int room = get_room_for_window().height;
+    const int rest = get_least_height(window) - get_least_height(scrolled_window);
+    return std::min(room * 6 / 10, room * 85 / 100 - rest);
+}
+
+// The height of the text area whose text is up to line_width wide. What is higher than the limit
+// scrolls, and ends in the middle of a line, because a whole last line in sight would look like the
+// end of the text.
 int choose_text_area_height(GtkTextView* text_view, GtkWidget* scrolled_window, int line_width,
-                            const GtkBorder& margins) {
-    const int limit = get_room_for_window().height * 6 / 10;
+                            const GtkBorder& margins, int limit) {
     const int around = margins.top + margins.bottom;
     if (fits_with_less_space(text_view, line_width, limit - around)) {
         return measure_text(text_view, line_width).end + around;
@@ -159,7 +172,8 @@ void fit_text_area(GtkWidget* window, GtkWidget* text_view) {
     const int room_for_cursor = 1; // a text view keeps it free at the end of its lines
     const int line_width =
         content_width + spare_width - margins.left - margins.right - room_for_cursor;
-    gtk_widget_set_size_request(
-        scrolled_window, content_width,
-        choose_text_area_height(GTK_TEXT_VIEW(text_view), scrolled_window, line_width, margins));
+    gtk_widget_set_size_request(scrolled_window, content_width,
+                                choose_text_area_height(GTK_TEXT_VIEW(text_view), scrolled_window,
+                                                        line_width, margins,
+                                                        get_height_limit(window, scrolled_window)));
 }

@@ -28,6 +28,7 @@
 #include "box_keyboard.h"
 #include "box_look.h"
 #include "box_text.h"
+#include "button_fit.h"
 #include "display_link.h"
 #include "gui_logger.h"
 #include "press_watch.h"
@@ -618,6 +619,7 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error) {
     guard_error_box(win);
     watch_presses(win, get_widget(builder, "buttonbox1"));
     guard_box_from_typing(win);
+    fit_buttons(win, get_widget(builder, "buttonbox1"));
     fit_text_area(win, get_widget(builder, "textview1"));
     size_and_show_error_box(win);
     keep_active_box_above(win);

@@ -27,3 +27,6 @@ zor_add_unit_test(box_text_test DISPLAY LIBRARIES zor_card_printer_box)
 zor_add_unit_test(box_announcement_test DISPLAY LIBRARIES zor_card_printer_box PkgConfig::X11)
 target_compile_definitions(box_announcement_test PRIVATE
     ZOR_LAYOUT="${PROJECT_SOURCE_DIR}/Data/error-ui-message-box.glade")
+zor_add_unit_test(button_fit_test DISPLAY LIBRARIES zor_card_printer_box)
+target_compile_definitions(button_fit_test PRIVATE
+    ZOR_LAYOUT="${PROJECT_SOURCE_DIR}/Data/error-ui-message-box.glade")

@@ -101,7 +101,8 @@ def test_the_box_has_at_least_its_size_and_is_centered(start_desktop, screen, wi
     width, height = desktop.person.screen_size()
     assert box.window.client.width >= width // 3
     assert box.window.client.height >= height // 6
-    check_centered(box, (width, height), tolerance=TITLE_BAR if window_manager else 1)
+    # Without a title bar the box gets a line for the printer's name once it is on the screen.
+    check_centered(box, (width, height))
 
 
 @pytest.mark.parametrize("screen, side", [("1920x1080", 54), ("1024x768", 38), ("3840x2160", 108)])

@@ -69,6 +69,8 @@ LONG_LABELS = [
     ("Noch einmal versuchen, bitte!!", "Abbrechen"),
     ("Noch einmal versuchen, bitte!!", "Den Druckauftrag ganz abbrechen"),
     ("Den Druckauftrag nach der Behebung noch einmal von vorn beginnen", "Abbrechen"),
+    ("Den Druckauftrag nach der Behebung noch einmal von vorn beginnen",
+     "Den Druckauftrag ganz abbrechen und diese Karte zu den anderen legen"),
 ]
 
 

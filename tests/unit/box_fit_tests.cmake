@@ -30,3 +30,6 @@ target_compile_definitions(box_announcement_test PRIVATE
 zor_add_unit_test(button_fit_test DISPLAY LIBRARIES zor_card_printer_box)
 target_compile_definitions(button_fit_test PRIVATE
     ZOR_LAYOUT="${PROJECT_SOURCE_DIR}/Data/error-ui-message-box.glade")
+zor_add_unit_test(text_fit_test DISPLAY LIBRARIES zor_card_printer_box)
+target_compile_definitions(text_fit_test PRIVATE
+    ZOR_LAYOUT="${PROJECT_SOURCE_DIR}/Data/error-ui-message-box.glade")

@@ -1,7 +1,9 @@
 #include "box_keyboard.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include <gtk/gtk.h>
 
@@ -9,6 +11,7 @@
 #include <gdk/gdkx.h>
 #endif
 
+#include "object_owner.h"
 #include "typing_guard.h"
 
 namespace {
@@ -23,12 +26,45 @@ constexpr int BEHIND_ALL_EVENTS = G_PRIORITY_DEFAULT_IDLE;
 // gives the focus before that, however slow it is.
 constexpr int FRAMES_UNTIL_SEEN = 3;
 
+void stop(guint& timer) {
+    if (timer != 0) {
+        g_source_remove(timer);
+    }
+    timer = 0;
+}
+
+class BoxKeyboard;
+
+// What all boxes share: which there are, and what has gone lately. Owns its timer. On the GTK main
+// thread only.
+class BoxKeyboards {
+public:
+    void add(BoxKeyboard* box) { m_boxes.push_back(box); }
+    void remove(BoxKeyboard* box) { std::erase(m_boxes, box); }
+
+    void handle_window_gone();
+    void handle_answer_with_key();
+    FocusSource find_focus_source(GtkWidget* box) const;
+
+private:
+    static gboolean handle_timer(gpointer raw);
+    void restart_timer();
+
+    std::vector<BoxKeyboard*> m_boxes;
+    FocusWitness m_witness;
+    guint m_timer = 0;
+};
+
+BoxKeyboards box_keyboards;
+
 // Owns its timers and its event filter. On the GTK main thread only.
 class BoxKeyboard {
 public:
-    explicit BoxKeyboard(GtkWidget* box) : m_box(box) {}
+    explicit BoxKeyboard(GtkWidget* box) : m_box(box) { box_keyboards.add(this); }
     ~BoxKeyboard() {
+        box_keyboards.remove(this);
         stop(m_new_box_timer);
+        stop(m_new_focus_timer);
         stop(m_pause_timer);
         ignore_requests();
         if (m_presses != nullptr) {
@@ -39,14 +75,17 @@ public:
     BoxKeyboard& operator=(const BoxKeyboard&) = delete;
 
     void watch();
+    void handle_window_gone();
 
 private:
     // The handlers of signals; raw is the BoxKeyboard.
     static void handle_realize(GtkWidget* box, gpointer raw);
     static void handle_unrealize(GtkWidget* box, gpointer raw);
+    static void handle_unmap(GtkWidget* box, gpointer raw);
     static gboolean handle_map(GtkWidget* box, GdkEvent* event, gpointer raw);
     static gboolean handle_frame(GtkWidget* box, GdkFrameClock* clock, gpointer raw);
     static gboolean handle_new_box_timer(gpointer raw);
+    static gboolean handle_new_focus_timer(gpointer raw);
     static gboolean handle_pause_timer(gpointer raw);
     static gboolean handle_focus_in(GtkWidget* box, GdkEvent* event, gpointer raw);
     static gboolean handle_focus_out(GtkWidget* box, GdkEvent* event, gpointer raw);
@@ -54,7 +93,6 @@ private:
     static void handle_press(GtkGesture* gesture, int press_count, double x, double y,
                              gpointer raw);
 
-    static void stop(guint& timer);
     void await_pause();
     void notice_request();
     void ignore_requests();
@@ -65,11 +103,11 @@ private:
     bool m_was_mapped = false;
     int m_frames = 0;
     guint m_new_box_timer = 0;
+    guint m_new_focus_timer = 0;
     guint m_pause_timer = 0;
     guint32 m_refused_key_time = GDK_CURRENT_TIME; // by the desktop's clock, in milliseconds
 #ifdef GDK_WINDOWING_X11
     GdkWindow* m_filtered_window = nullptr; // one reference, while it listens for requests
-    static inline int s_listening_boxes = 0;
     static GdkFilterReturn filter_event(GdkXEvent* raw_event, GdkEvent* event, gpointer raw);
 #endif
 };
@@ -77,6 +115,7 @@ private:
 void BoxKeyboard::watch() {
     g_signal_connect(m_box, "realize", G_CALLBACK(handle_realize), this);
     g_signal_connect(m_box, "unrealize", G_CALLBACK(handle_unrealize), this);
+    g_signal_connect(m_box, "unmap", G_CALLBACK(handle_unmap), this);
     g_signal_connect(m_box, "map-event", G_CALLBACK(handle_map), this);
     g_signal_connect(m_box, "focus-in-event", G_CALLBACK(handle_focus_in), this);
     g_signal_connect(m_box, "focus-out-event", G_CALLBACK(handle_focus_out), this);
@@ -90,11 +129,44 @@ void BoxKeyboard::watch() {
     g_signal_connect(m_presses, "pressed", G_CALLBACK(handle_press), this);
 }
 
-void BoxKeyboard::stop(guint& timer) {
-    if (timer != 0) {
-        g_source_remove(timer);
+// ---- What has gone ------------------------------------------------------------------------------
+
+void BoxKeyboards::handle_window_gone() {
+    m_witness.window_went();
+    restart_timer();
+    for (auto* box : m_boxes) {
+        box->handle_window_gone();
     }
-    timer = 0;
+}
+
+void BoxKeyboards::handle_answer_with_key() {
+    m_witness.answered_with_key();
+    restart_timer();
+}
+
+void BoxKeyboards::restart_timer() {
+    stop(m_timer);
+    m_timer =
+        g_timeout_add_full(BEHIND_ALL_EVENTS, PAUSE_MILLISECONDS, handle_timer, this, nullptr);
+}
+
+gboolean BoxKeyboards::handle_timer(gpointer raw) {
+    auto* keyboards = static_cast<BoxKeyboards*>(raw);
+    keyboards->m_timer = 0;
+    keyboards->m_witness.is_long_ago();
+    return G_SOURCE_REMOVE;
+}
+
+void BoxKeyboard::handle_unmap(GtkWidget* /*box*/, gpointer /*raw*/) {
+    box_keyboards.handle_window_gone();
+}
+
+void BoxKeyboard::handle_window_gone() {
+    const bool did_count = m_guard.keys_count();
+    m_guard.window_went();
+    if (did_count) {
+        await_pause();
+    }
 }
 
 // ---- When a box is old --------------------------------------------------------------------------
@@ -113,7 +185,7 @@ gboolean BoxKeyboard::handle_frame(GtkWidget* /*box*/, GdkFrameClock* /*clock*/,
     if (++keyboard->m_frames < FRAMES_UNTIL_SEEN) {
         return G_SOURCE_CONTINUE;
     }
-    keyboard->m_new_box_timer = g_timeout_add_full(BEHIND_ALL_EVENTS, NEW_BOX_MILLISECONDS,
+    keyboard->m_new_box_timer = g_timeout_add_full(BEHIND_ALL_EVENTS, BLINK_MILLISECONDS,
                                                    handle_new_box_timer, raw, nullptr);
     return G_SOURCE_REMOVE;
 }
@@ -122,9 +194,6 @@ gboolean BoxKeyboard::handle_new_box_timer(gpointer raw) {
     auto* keyboard = static_cast<BoxKeyboard*>(raw);
     keyboard->m_new_box_timer = 0;
     keyboard->m_guard.box_is_old();
-    if (!keyboard->m_guard.waits_for_request()) {
-        keyboard->ignore_requests();
-    }
     return G_SOURCE_REMOVE;
 }
 
@@ -134,7 +203,7 @@ gboolean BoxKeyboard::handle_new_box_timer(gpointer raw) {
 void BoxKeyboard::await_pause() {
     stop(m_pause_timer);
     if (m_guard.waits_for_pause()) {
-        m_pause_timer = g_timeout_add_full(BEHIND_ALL_EVENTS, PAUSE_MILLISECONDS,
+        m_pause_timer = g_timeout_add_full(BEHIND_ALL_EVENTS, m_guard.get_pause_milliseconds(),
                                            handle_pause_timer, this, nullptr);
     }
 }
@@ -146,16 +215,27 @@ gboolean BoxKeyboard::handle_pause_timer(gpointer raw) {
     return G_SOURCE_REMOVE;
 }
 
-gboolean BoxKeyboard::handle_focus_in(GtkWidget* /*box*/, GdkEvent* /*event*/, gpointer raw) {
+gboolean BoxKeyboard::handle_focus_in(GtkWidget* box, GdkEvent* /*event*/, gpointer raw) {
     auto* keyboard = static_cast<BoxKeyboard*>(raw);
-    keyboard->m_guard.focus_came();
+    keyboard->m_guard.focus_came(box_keyboards.find_focus_source(box));
+    stop(keyboard->m_new_focus_timer);
+    keyboard->m_new_focus_timer = g_timeout_add_full(BEHIND_ALL_EVENTS, BLINK_MILLISECONDS,
+                                                     handle_new_focus_timer, raw, nullptr);
     keyboard->await_pause();
     return GDK_EVENT_PROPAGATE;
+}
+
+gboolean BoxKeyboard::handle_new_focus_timer(gpointer raw) {
+    auto* keyboard = static_cast<BoxKeyboard*>(raw);
+    keyboard->m_new_focus_timer = 0;
+    keyboard->m_guard.focus_is_old();
+    return G_SOURCE_REMOVE;
 }
 
 gboolean BoxKeyboard::handle_focus_out(GtkWidget* /*box*/, GdkEvent* /*event*/, gpointer raw) {
     auto* keyboard = static_cast<BoxKeyboard*>(raw);
     keyboard->m_guard.focus_went();
+    stop(keyboard->m_new_focus_timer);
     keyboard->await_pause();
     return GDK_EVENT_PROPAGATE;
 }
@@ -165,7 +245,7 @@ gboolean BoxKeyboard::handle_key(GtkWidget* /*box*/, GdkEvent* event, gpointer r
     // A desktop that stood still for a while hands over late what was typed meanwhile.
     const auto time = gdk_event_get_time(event);
     if (keyboard->m_refused_key_time != GDK_CURRENT_TIME && time != GDK_CURRENT_TIME &&
-        time - keyboard->m_refused_key_time < PAUSE_MILLISECONDS) {
+        time - keyboard->m_refused_key_time < keyboard->m_guard.get_pause_milliseconds()) {
         keyboard->m_guard.key_was_late();
     }
     if (keyboard->m_guard.keys_count()) {
@@ -184,30 +264,125 @@ void BoxKeyboard::handle_press(GtkGesture* /*gesture*/, int /*press_count*/, dou
 void BoxKeyboard::notice_request() {
     m_guard.was_asked_for();
     stop(m_pause_timer);
-    ignore_requests();
 }
 
-// ---- Requests to the window manager -------------------------------------------------------------
-
-// Task bars, switchers and assistive tools ask an X11 window manager for a window by a message to
-// the root window. It reaches everybody who listens there, and the focus comes after it. A window
-// manager that pushes the focus sends none.
+// ---- What an X server tells of other windows ----------------------------------------------------
 
 #ifdef GDK_WINDOWING_X11
 
-// Adds SubstructureNotify to what this program hears of the root window, or takes it away. Each
-// window that comes or goes anywhere wakes the program meanwhile.
-void hear_root_window(GdkWindow* window, bool is_listening) {
-    auto* display = gdk_x11_display_get_xdisplay(gdk_window_get_display(window));
-    const auto root =
-        gdk_x11_window_get_xid(gdk_screen_get_root_window(gdk_window_get_screen(window)));
-    XWindowAttributes now;
-    if (XGetWindowAttributes(display, root, &now) == 0) {
+// Hears of the root window of an X server, while any box is there, which windows go. The window
+// manager lists them there, and which workspace it shows. For one thread.
+class RootWindow {
+public:
+    // Called by each box as it comes and goes; box_window is its window.
+    void add_box(GdkWindow* box_window);
+    void remove_box();
+
+private:
+    static GdkFilterReturn filter_event(GdkXEvent* raw_event, GdkEvent* event, gpointer raw);
+    long get_events() const;
+    void select_events(long events) const;
+    std::vector<Window> read_windows() const;
+
+    int m_boxes = 0;
+    GdkWindow* m_root = nullptr;   // of GDK's own, while there are boxes
+    long m_added_events = 0;       // that GDK had not asked for
+    std::vector<Window> m_windows; // in order
+};
+
+RootWindow root_window;
+
+void RootWindow::add_box(GdkWindow* box_window) {
+    if (m_boxes++ > 0) {
         return;
     }
-    XSelectInput(display, root,
-                 is_listening ? now.your_event_mask | SubstructureNotifyMask
-                              : now.your_event_mask & ~SubstructureNotifyMask);
+    m_root = gdk_screen_get_root_window(gdk_window_get_screen(box_window));
+    // Task bars, switchers and assistive tools ask a window manager for a window by a message that
+    // reaches everybody who asks for SubstructureNotify. Each window that comes or goes anywhere
+    // wakes the program meanwhile.
+    const long events = get_events();
+    m_added_events = (PropertyChangeMask | SubstructureNotifyMask) & ~events;
+    select_events(events | m_added_events);
+    gdk_window_add_filter(m_root, filter_event, this);
+    m_windows = read_windows();
+}
+
+void RootWindow::remove_box() {
+    if (--m_boxes > 0) {
+        return;
+    }
+    gdk_window_remove_filter(m_root, filter_event, this);
+    select_events(get_events() & ~m_added_events);
+}
+
+long RootWindow::get_events() const {
+    XWindowAttributes attributes{};
+    XGetWindowAttributes(gdk_x11_display_get_xdisplay(gdk_window_get_display(m_root)),
+                         gdk_x11_window_get_xid(m_root), &attributes);
+    return attributes.your_event_mask;
+}
+
+void RootWindow::select_events(long events) const {
+    XSelectInput(gdk_x11_display_get_xdisplay(gdk_window_get_display(m_root)),
+                 gdk_x11_window_get_xid(m_root), events);
+}
+
+std::vector<Window> RootWindow::read_windows() const {
+    constexpr long all = 0x7fffffff;
+    Atom type = 0;
+    int bits = 0;
+    unsigned long count = 0;
+    unsigned long left = 0;
+    unsigned char* data = nullptr;
+    XGetWindowProperty(gdk_x11_display_get_xdisplay(gdk_window_get_display(m_root)),
+                       gdk_x11_window_get_xid(m_root),
+                       gdk_x11_get_xatom_by_name("_NET_CLIENT_LIST"), 0, all, 0,
+                       gdk_x11_get_xatom_by_name("WINDOW"), &type, &bits, &count, &left, &data);
+    const std::unique_ptr<unsigned char, Releaser<XFree>> owner(data);
+    constexpr int bits_of_window = 32;
+    if (data == nullptr || bits != bits_of_window) {
+        return {};
+    }
+    const auto* first = reinterpret_cast<const Window*>(data);
+    std::vector<Window> windows(first, first + count);
+    std::sort(windows.begin(), windows.end());
+    return windows;
+}
+
+GdkFilterReturn RootWindow::filter_event(GdkXEvent* raw_event, GdkEvent* /*event*/, gpointer raw) {
+    auto* root = static_cast<RootWindow*>(raw);
+    const auto& event = *static_cast<const XEvent*>(raw_event);
+    if (event.type != PropertyNotify) {
+        return GDK_FILTER_CONTINUE;
+    }
+    if (event.xproperty.atom == gdk_x11_get_xatom_by_name("_NET_CURRENT_DESKTOP")) {
+        box_keyboards.handle_window_gone();
+    } else if (event.xproperty.atom == gdk_x11_get_xatom_by_name("_NET_CLIENT_LIST")) {
+        // Some window managers write it anew whenever a window comes to the front.
+        const auto before = std::exchange(root->m_windows, root->read_windows());
+        if (!std::includes(root->m_windows.begin(), root->m_windows.end(), before.begin(),
+                           before.end())) {
+            box_keyboards.handle_window_gone();
+        }
+    }
+    return GDK_FILTER_CONTINUE;
+}
+
+// An X server that a Wayland compositor runs beside itself knows nothing of the other windows. Its
+// keyboards say what they are.
+bool sees_all_windows(GtkWidget* box) {
+    auto* display = gtk_widget_get_display(box);
+    if (!GDK_IS_X11_DISPLAY(display)) {
+        return false;
+    }
+    const std::unique_ptr<GList, Releaser<g_list_free>> keyboards(
+        gdk_seat_get_slaves(gdk_display_get_default_seat(display), GDK_SEAT_CAPABILITY_KEYBOARD));
+    for (const auto* item = keyboards.get(); item != nullptr; item = item->next) {
+        if (g_str_has_prefix(gdk_device_get_name(GDK_DEVICE(item->data)), "xwayland-") != FALSE) {
+            return false;
+        }
+    }
+    return true;
 }
 
 GdkFilterReturn BoxKeyboard::filter_event(GdkXEvent* raw_event, GdkEvent* /*event*/, gpointer raw) {
@@ -222,16 +397,14 @@ GdkFilterReturn BoxKeyboard::filter_event(GdkXEvent* raw_event, GdkEvent* /*even
 void BoxKeyboard::handle_realize(GtkWidget* box, gpointer raw) {
     auto* keyboard = static_cast<BoxKeyboard*>(raw);
     auto* window = gtk_widget_get_window(box);
-    if (!GDK_IS_X11_WINDOW(window) || keyboard->m_filtered_window != nullptr ||
-        !keyboard->m_guard.waits_for_request()) {
+    if (!GDK_IS_X11_WINDOW(window) || keyboard->m_filtered_window != nullptr) {
         return;
     }
-    // The message names the box as its window, and so it passes the filter of the box.
+    // The message names the box as its window, and so it passes the filter of the box. The focus
+    // comes after it.
     keyboard->m_filtered_window = GDK_WINDOW(g_object_ref(window));
     gdk_window_add_filter(window, filter_event, raw);
-    if (s_listening_boxes++ == 0) {
-        hear_root_window(window, true);
-    }
+    root_window.add_box(window);
 }
 
 void BoxKeyboard::ignore_requests() {
@@ -240,18 +413,24 @@ void BoxKeyboard::ignore_requests() {
         return;
     }
     gdk_window_remove_filter(window, filter_event, this);
-    if (--s_listening_boxes == 0) {
-        hear_root_window(window, false);
-    }
+    root_window.remove_box();
     g_object_unref(window);
 }
 
 #else
 
+bool sees_all_windows(GtkWidget* /*box*/) {
+    return false;
+}
+
 void BoxKeyboard::handle_realize(GtkWidget* /*box*/, gpointer /*raw*/) {}
 void BoxKeyboard::ignore_requests() {}
 
 #endif
+
+FocusSource BoxKeyboards::find_focus_source(GtkWidget* box) const {
+    return m_witness.find_source(sees_all_windows(box));
+}
 
 void BoxKeyboard::handle_unrealize(GtkWidget* /*box*/, gpointer raw) {
     static_cast<BoxKeyboard*>(raw)->ignore_requests();
@@ -265,4 +444,13 @@ void guard_box_from_typing(GtkWidget* box) {
     g_object_set_data_full(G_OBJECT(box), KEYBOARD_KEY, keyboard.release(), [](gpointer raw) {
         const std::unique_ptr<BoxKeyboard> owner(static_cast<BoxKeyboard*>(raw));
     });
+}
+
+void note_answer() {
+    const std::unique_ptr<GdkEvent, Releaser<gdk_event_free>> event(gtk_get_current_event());
+    // A key that is held down for long presses its button by a timer, without an event.
+    const auto type = event ? gdk_event_get_event_type(event.get()) : GDK_NOTHING;
+    if (type != GDK_BUTTON_RELEASE && type != GDK_TOUCH_END) {
+        box_keyboards.handle_answer_with_key();
+    }
 }

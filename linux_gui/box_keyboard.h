@@ -7,3 +7,8 @@
 // typing_guard.h). To be called once, before the box is shown, on the GTK main thread. Answers of
 // assistive tools are no keys and always count.
 void guard_box_from_typing(GtkWidget* box);
+
+// Tells the other boxes that this one is being answered, and whether with a press of the mouse:
+// whoever answers one after the other with the keyboard need not wait for long. To be called in the
+// handler of its button, on the GTK main thread.
+void note_answer();

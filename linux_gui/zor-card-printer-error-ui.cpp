@@ -810,6 +810,7 @@ void handle_error_dialog_button_click(GtkApplication* /*app*/, gpointer raw_info
         return;
     }
     start_action(*click_info);
+    note_answer();
     {
         std::unique_lock<std::mutex> locker(global_gui_state.mux);
         auto* top = gtk_widget_get_toplevel(GTK_WIDGET(button));

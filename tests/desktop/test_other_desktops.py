@@ -17,6 +17,7 @@ FIRST_WORDS = "dear ann\nyes  no"
 LETTER = "\ni am well and so are we all\n\ta b c\n\t\td e f \n\tg h i j k l m\n\nyours ed"
 CENTER = 960, 540  # of the screen, where a box that floats stands
 LONG_PAUSE = 14  # statuses, of which there are ten in a second
+SHORT_PAUSE = 5
 
 slow = pytest.mark.slow
 
@@ -86,6 +87,43 @@ def test_letters_that_a_box_gets_answer_nothing(start_desktop, settings):
     assert desktop.service.wait_for_commands() == [command_document("Front desk", RETRY)]
 
 
+# Where the focus falls to a box when the window that had it goes: the desktop gives boxes the
+# keyboard, or there is nothing else that it could give it to.
+FALLING = [
+    pytest.param({"compositor": "mutter", "native": True}, id="mutter-native"),
+    pytest.param({"compositor": "mutter"}, id="mutter", marks=slow),
+    *(pytest.param({"compositor": name, "native": native}, id=name + "-native" * native,
+                   marks=slow)
+      for name, native in (("kwin", False), ("kwin", True), ("sway", False), ("sway", True),
+                           ("weston", False), ("weston", True))),
+    *(pytest.param({"window_manager": name}, id=name, marks=slow)
+      for name in ("openbox", "i3", "awesome", "dwm")),
+]
+
+
+@pytest.mark.parametrize("settings", FALLING)
+def test_letters_that_an_old_box_gets_when_a_window_goes_answer_nothing(start_desktop, settings):
+    desktop = start_desktop(**usual(settings))
+    desktop.start_polling_program()
+    for name in ("Front desk", "Back office"):
+        desktop.service.report(name)
+        wait_until(lambda seen=name: seen in [box.name for box in desktop.boxes()], name)
+    desktop.settle(LONG_PAUSE)  # neither is new, and a key in them would count
+    editor = TypedAtEditor(desktop)
+    desktop.type_text(FIRST_WORDS, PACE)
+    editor.end()
+    desktop.type_text(LETTER, PACE)
+    # And while the box that has the keyboard goes as well.
+    with_keyboard = next(iter(desktop.focused()), ("Back office", None))[0]
+    desktop.service.withdraw(with_keyboard)
+    desktop.type_text(LETTER, PACE)
+    wait_until(lambda: len(desktop.boxes()) == 1, "the end of the box")
+    desktop.settle()
+    desktop.take_screenshot()
+    print(f"the keyboard is at {desktop.focused()}")
+    assert desktop.service.commands() == []
+
+
 def usual(settings):
     return {"window_manager": None} | settings
 
@@ -107,14 +145,39 @@ def test_a_kiosk_shows_whose_box_it_is_and_has_all_answered(start_desktop):
         wait_until(lambda seen=name: seen in [box.name for box in desktop.boxes()], name)
     for name in reversed(names):
         wait_until(lambda seen=name: (seen, "text") in desktop.focused(), f"{name} on the screen")
+        desktop.settle(LONG_PAUSE if name == names[-1] else SHORT_PAUSE)
         (box,) = [box for box in desktop.boxes() if box.name == name]
         assert name in [label.name for label in box.all("label") if "showing" in label.states]
-        desktop.settle(LONG_PAUSE)
         desktop.take_screenshot()
         answer_by_keyboard(desktop, name)
         wait_until(lambda gone=name: gone not in [box.name for box in desktop.boxes()], "its end")
     assert desktop.service.wait_for_commands(5) == [
         command_document(name, RETRY) for name in reversed(names)]
+
+
+@pytest.mark.parametrize("settings", [
+    pytest.param({"compositor": "mutter", "native": True}, id="mutter-native"),
+    pytest.param({"compositor": "sway"}, id="sway", marks=slow),
+    pytest.param({"window_manager": "awesome"}, id="awesome", marks=slow)])
+def test_who_answers_boxes_with_the_keyboard_waits_only_for_the_first(start_desktop, settings):
+    desktop = start_desktop(**usual(settings))
+    desktop.start_polling_program()
+    names = ["Front desk", "Back office", "Cellar"]
+    for name in names:
+        desktop.service.report(name)
+        wait_until(lambda seen=name: seen in [box.name for box in desktop.boxes()], name)
+    answered = []
+    pause = LONG_PAUSE
+    while len(answered) < len(names):
+        wait_until(desktop.focused, "a box with the keyboard")
+        desktop.settle(pause)
+        name = desktop.focused()[0][0]
+        answer_by_keyboard(desktop, name)
+        wait_until(lambda gone=name: gone not in [box.name for box in desktop.boxes()], "its end")
+        answered.append(name)
+        pause = SHORT_PAUSE
+    assert desktop.service.wait_for_commands(3) == [command_document(name, RETRY)
+                                                    for name in answered]
 
 
 @slow

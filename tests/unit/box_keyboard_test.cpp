@@ -7,6 +7,8 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
@@ -70,9 +72,10 @@ protected:
         run_main_loop_until([this] { return m_is_mapped; });
     }
 
+    // Also longer than the end of a box of the test before this one matters.
     void show_and_grow_old() {
         show();
-        let_pass(NEW_BOX_MILLISECONDS + 200);
+        let_pass(PAUSE_MILLISECONDS + BLINK_MILLISECONDS);
     }
 
     void focus(bool has_focus) {
@@ -103,6 +106,27 @@ protected:
             gtk_widget_event(m_box, event.get());
         }
         return m_clicks > before;
+    }
+
+    // As a window manager does whose only window besides the boxes goes, or comes.
+    static void list_windows(const std::vector<Window>& windows) {
+        auto* display = gdk_x11_display_get_xdisplay(gdk_display_get_default());
+        XChangeProperty(display, DefaultRootWindow(display),
+                        gdk_x11_get_xatom_by_name("_NET_CLIENT_LIST"),
+                        gdk_x11_get_xatom_by_name("WINDOW"), 32, PropModeReplace,
+                        reinterpret_cast<const unsigned char*>(windows.data()),
+                        static_cast<int>(windows.size()));
+        XSync(display, 0);
+        run_main_loop_until([] { return gtk_events_pending() == 0; });
+    }
+
+    // A second box, that comes and goes.
+    static GtkWidget* show_other_box() {
+        auto* other = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+        gtk_window_set_focus_on_map(GTK_WINDOW(other), FALSE);
+        guard_box_from_typing(other);
+        gtk_widget_show(other);
+        return other;
     }
 
     // As a task bar asks the window manager for a window.
@@ -142,7 +166,7 @@ TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_came_with_the_box) {
     show();
     focus(true);
     EXPECT_FALSE(answers());
-    let_pass(NEW_BOX_MILLISECONDS + 200); // and goes on so when the box has grown old
+    let_pass(BLINK_MILLISECONDS + 200); // and goes on so when the box has grown old
     EXPECT_FALSE(answers());
 }
 
@@ -210,9 +234,9 @@ TEST_F(BoxKeyboardTest, takes_keys_at_once_when_the_window_manager_was_asked_for
     EXPECT_FALSE(answers());
     const auto begin = g_get_monotonic_time();
     request_activation();
-    run_main_loop_until([] { return !hears_root_window(); });
-    EXPECT_LT(g_get_monotonic_time() - begin, gint64{PAUSE_MILLISECONDS} * 1000 / 2);
+    run_main_loop_until([] { return gtk_events_pending() == 0; });
     EXPECT_TRUE(answers());
+    EXPECT_LT(g_get_monotonic_time() - begin, gint64{PAUSE_MILLISECONDS} * 1000 / 2);
 }
 
 TEST_F(BoxKeyboardTest, takes_keys_after_a_press_of_the_mouse_in_it) {
@@ -228,22 +252,104 @@ TEST_F(BoxKeyboardTest, takes_keys_after_a_press_of_the_mouse_in_it) {
     EXPECT_TRUE(answers());
 }
 
-TEST_F(BoxKeyboardTest, listens_for_requests_only_while_they_matter) {
+TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_falls_to_an_old_box_as_another_box_goes) {
+    auto* other = show_other_box();
+    show_and_grow_old();
+    gtk_widget_destroy(other);
+    focus(true);
+    EXPECT_FALSE(answers());
+    let_pass(PAUSE_MILLISECONDS + 100);
+    EXPECT_TRUE(answers());
+}
+
+TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_falls_to_an_old_box_as_a_window_goes) {
+    show_and_grow_old();
+    list_windows({1, 2});
+    list_windows({2});
+    focus(true);
+    EXPECT_FALSE(answers());
+}
+
+TEST_F(BoxKeyboardTest, takes_no_keys_when_it_hears_only_after_the_focus_that_a_window_has_gone) {
+    show_and_grow_old();
+    list_windows({1, 2});
+    focus(true);
+    list_windows({2});
+    EXPECT_FALSE(answers());
+    let_pass(PAUSE_MILLISECONDS + 100);
+    EXPECT_TRUE(answers());
+}
+
+TEST_F(BoxKeyboardTest, takes_keys_at_once_when_windows_came_and_changed_their_order) {
+    show_and_grow_old();
+    list_windows({1, 2});
+    let_pass(PAUSE_MILLISECONDS + 100);
+    list_windows({3, 2, 1});
+    focus(true);
+    EXPECT_TRUE(answers());
+}
+
+TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_falls_to_it_on_another_workspace) {
+    show_and_grow_old();
+    auto* display = gdk_x11_display_get_xdisplay(gdk_display_get_default());
+    const long workspace = 1;
+    XChangeProperty(display, DefaultRootWindow(display),
+                    gdk_x11_get_xatom_by_name("_NET_CURRENT_DESKTOP"),
+                    gdk_x11_get_xatom_by_name("CARDINAL"), 32, PropModeReplace,
+                    reinterpret_cast<const unsigned char*>(&workspace), 1);
+    XSync(display, 0);
+    run_main_loop_until([] { return gtk_events_pending() == 0; });
+    focus(true);
+    EXPECT_FALSE(answers());
+}
+
+TEST_F(BoxKeyboardTest, waits_for_a_blink_when_the_box_before_was_answered_with_the_keyboard) {
+    auto* other = show_other_box();
+    show_and_grow_old();
+    note_answer(); // a key that is held down presses its button without an event
+    gtk_widget_destroy(other);
+    focus(true);
+    EXPECT_FALSE(answers());
+    let_pass(BLINK_MILLISECONDS + 100);
+    EXPECT_TRUE(answers());
+}
+
+TEST_F(BoxKeyboardTest, waits_for_the_whole_pause_when_the_box_before_was_answered_with_the_mouse) {
+    auto* other = show_other_box();
+    show_and_grow_old();
+    g_signal_connect(other, "button-release-event", G_CALLBACK(+[](GtkWidget*) { note_answer(); }),
+                     nullptr);
+    const Event event(gdk_event_new(GDK_BUTTON_RELEASE));
+    event->button.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(other)));
+    event->button.button = 1;
+    gdk_event_set_device(event.get(), gdk_seat_get_pointer(gdk_display_get_default_seat(
+                                          gtk_widget_get_display(other))));
+    gtk_main_do_event(event.get());
+    gtk_widget_destroy(other);
+    focus(true);
+    let_pass(BLINK_MILLISECONDS + 100);
+    EXPECT_FALSE(answers());
+}
+
+TEST_F(BoxKeyboardTest, listens_to_the_root_window_while_there_is_a_box) {
     EXPECT_FALSE(hears_root_window());
-    show();
+    auto* other = show_other_box();
+    show_and_grow_old();
     EXPECT_TRUE(hears_root_window());
-    let_pass(NEW_BOX_MILLISECONDS + 200);
+    gtk_widget_destroy(other);
+    EXPECT_TRUE(hears_root_window());
+    gtk_widget_destroy(std::exchange(m_box, gtk_window_new(GTK_WINDOW_TOPLEVEL)));
     EXPECT_FALSE(hears_root_window());
 }
 
 TEST_F(BoxKeyboardTest, ends_with_its_box) {
-    auto* other = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-    guard_box_from_typing(other);
-    gtk_widget_show(other);
+    auto* other = show_other_box();
     run_main_loop_until([] { return hears_root_window(); });
     gtk_widget_destroy(other);
     EXPECT_FALSE(hears_root_window());
-    let_pass(NEW_BOX_MILLISECONDS + 200); // no timer finds it
+    list_windows({1});
+    list_windows({});
+    let_pass(BLINK_MILLISECONDS + 200); // no timer finds it
 }
 
 } // namespace

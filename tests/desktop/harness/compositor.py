@@ -148,6 +148,9 @@ class TypedAtEditor(Editor):
         """What has been typed since it had the keyboard."""
         return self.text()[self._begin:]
 
+    def end(self):
+        self._process.kill()
+
 
 def make_desktop(settings, name):
     """The desktop that the settings tell of."""

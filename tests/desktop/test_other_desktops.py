@@ -8,6 +8,7 @@ import pytest
 
 from harness.compositor import TypedAtEditor
 from harness.person import Rectangle
+from harness.pictures import find_color
 from harness.service import RETRY, command_document
 from harness.waiting import wait_until
 
@@ -15,6 +16,8 @@ PACE = 0.04  # seconds for a letter
 FIRST_WORDS = "dear ann\nyes  no"
 # With all that answers a box that has the keyboard: a Tab and a blank, say.
 LETTER = "\ni am well and so are we all\n\ta b c\n\t\td e f \n\tg h i j k l m\n\nyours ed"
+SCREEN = Rectangle(0, 0, 1920, 1080)
+RED = 192, 28, 40  # of the stop sign, which is nowhere else on the screen
 CENTER = 960, 540  # of the screen, where a box that floats stands
 LONG_PAUSE = 14  # statuses, of which there are ten in a second
 SHORT_PAUSE = 5
@@ -204,6 +207,63 @@ def test_a_request_to_close_leaves_the_box_open(start_desktop, settings, way):
     desktop.service.withdraw("Front desk")
     wait_until(lambda: not desktop.boxes(), "the end of the box")
     assert desktop.service.commands() == []
+
+
+# Where the person has a mouse: of mutter nobody sees the screen.
+WITH_MOUSE = [
+    *(pytest.param({"compositor": name, "native": native}, id=name + "-native" * native)
+      for name, native in (("kwin", False), ("kwin", True), ("sway", False), ("sway", True),
+                           ("weston", False), ("weston", True), ("cage", True))),
+    *(pytest.param({"window_manager": name}, id=name) for name in ("i3", "awesome", "dwm")),
+]
+
+
+def find_on_screen(desktop, box):
+    """Where each part of a box is on the screen, which natively no program is told.
+
+    The stop sign shows where the box is, and the screen reader where its parts are within it.
+    """
+    def find_sign_at_rest():  # some desktops let windows grow, or put them elsewhere at once
+        before = find_color(desktop.take_screenshot(), RED)
+        desktop.settle(2)
+        return before if before == find_color(desktop.take_screenshot(), RED) else None
+
+    found = wait_until(find_sign_at_rest, "the box at rest on the screen")
+    icon = box.all("icon")[0].extents.center
+    left, top = (found[0] + found[2]) // 2 - icon[0], (found[1] + found[3]) // 2 - icon[1]
+    return {(part.name or part.role): Rectangle(part.extents.x + left, part.extents.y + top,
+                                                part.extents.width, part.extents.height)
+            for part in box.all() if part.role in ("icon", "push button", "scroll pane")
+            and "showing" in part.states}
+
+
+def show_alone(desktop, name):
+    desktop.service.report(name)
+    wait_until(lambda: [box.name for box in desktop.boxes()] == [name], "the box")
+    desktop.settle()
+    return desktop.boxes()[0]
+
+
+@slow
+@pytest.mark.parametrize("settings", WITH_MOUSE)
+def test_a_box_is_whole_on_the_screen_and_answered_with_the_mouse(start_desktop, settings):
+    desktop = start_desktop(**usual(settings))
+    desktop.start_polling_program()
+    places = find_on_screen(desktop, show_alone(desktop, "Front desk"))
+    assert {"Retry", "Cancel"} < set(places)
+    for name, place in places.items():
+        assert SCREEN.contains(place), (name, place)
+    x, y = places["Retry"].center
+    desktop.person.move_pointer(x, y - 100)  # or the box would be one that came up under it
+    desktop.person.click_at(x, y)
+    assert desktop.service.wait_for_commands() == [command_document("Front desk", RETRY)]
+    wait_until(lambda: not desktop.boxes(), "the end of the box")
+    wait_until(lambda: not find_color(desktop.take_screenshot(), RED), "its end on the screen")
+    find_on_screen(desktop, show_alone(desktop, "Back office"))
+    desktop.service.withdraw("Back office")
+    wait_until(lambda: not desktop.boxes(), "the end of the withdrawn box")
+    wait_until(lambda: not find_color(desktop.take_screenshot(), RED), "its end on the screen")
+    assert desktop.service.commands() == [command_document("Front desk", RETRY)]
 
 
 @pytest.mark.parametrize("compositor", ["mutter", pytest.param("sway", marks=slow),

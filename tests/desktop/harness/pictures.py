@@ -21,3 +21,15 @@ def difference(screenshot, area, picture):
 def most_similar(screenshot, area, pictures):
     """Which of the picture files a part of a screenshot shows."""
     return min(pictures, key=lambda picture: difference(screenshot, area, picture))
+
+
+def find_color(screenshot, color, tolerance=6):
+    """The smallest part of a screenshot that holds all of a colour: (left, top, right, bottom).
+
+    None where there is none of it.
+    """
+    with Image.open(screenshot) as screen:
+        planes = screen.convert("RGB").split()
+    masks = [plane.point(lambda value, wanted=wanted: 255 * (abs(value - wanted) <= tolerance))
+             for plane, wanted in zip(planes, color, strict=True)]
+    return ImageChops.darker(ImageChops.darker(*masks[:2]), masks[2]).getbbox()

@@ -8,7 +8,7 @@ import pytest
 
 from harness.compositor import TypedAtEditor
 from harness.person import Rectangle
-from harness.pictures import find_color
+from harness.pictures import RED, find_color
 from harness.service import RETRY, command_document
 from harness.waiting import wait_until
 
@@ -17,7 +17,6 @@ FIRST_WORDS = "dear ann\nyes  no"
 # With all that answers a box that has the keyboard: a Tab and a blank, say.
 LETTER = "\ni am well and so are we all\n\ta b c\n\t\td e f \n\tg h i j k l m\n\nyours ed"
 SCREEN = Rectangle(0, 0, 1920, 1080)
-RED = 192, 28, 40  # of the stop sign, which is nowhere else on the screen
 CENTER = 960, 540  # of the screen, where a box that floats stands
 LONG_PAUSE = 14  # statuses, of which there are ten in a second
 SHORT_PAUSE = 5

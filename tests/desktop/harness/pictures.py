@@ -2,6 +2,8 @@
 
 from PIL import Image, ImageChops, ImageStat
 
+RED = 192, 28, 40  # of the stop sign; nothing else on the desktops of the tests has it
+
 
 def difference(screenshot, area, picture):
     """How much a part of a screenshot differs from a picture file scaled to it: 0 to 255.

@@ -8,7 +8,7 @@ import pytest
 
 from harness.compositor import TypedAtEditor
 from harness.person import Rectangle
-from harness.pictures import RED, find_color
+from harness.pictures import RED
 from harness.service import RETRY, command_document
 from harness.waiting import wait_until
 
@@ -223,9 +223,9 @@ def find_on_screen(desktop, box):
     The stop sign shows where the box is, and the screen reader where its parts are within it.
     """
     def find_sign_at_rest():  # some desktops let windows grow, or put them elsewhere at once
-        before = find_color(desktop.take_screenshot(), RED)
+        before = desktop.find_color(RED)
         desktop.settle(2)
-        return before if before == find_color(desktop.take_screenshot(), RED) else None
+        return before if before == desktop.find_color(RED) else None
 
     found = wait_until(find_sign_at_rest, "the box at rest on the screen")
     icon = box.all("icon")[0].extents.center
@@ -257,11 +257,11 @@ def test_a_box_is_whole_on_the_screen_and_answered_with_the_mouse(start_desktop,
     desktop.person.click_at(x, y)
     assert desktop.service.wait_for_commands() == [command_document("Front desk", RETRY)]
     wait_until(lambda: not desktop.boxes(), "the end of the box")
-    wait_until(lambda: not find_color(desktop.take_screenshot(), RED), "its end on the screen")
+    wait_until(lambda: not desktop.find_color(RED), "its end on the screen")
     find_on_screen(desktop, show_alone(desktop, "Back office"))
     desktop.service.withdraw("Back office")
     wait_until(lambda: not desktop.boxes(), "the end of the withdrawn box")
-    wait_until(lambda: not find_color(desktop.take_screenshot(), RED), "its end on the screen")
+    wait_until(lambda: not desktop.find_color(RED), "its end on the screen")
     assert desktop.service.commands() == [command_document("Front desk", RETRY)]
 
 

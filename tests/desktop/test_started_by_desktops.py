@@ -9,7 +9,8 @@ import re
 import pytest
 
 from harness.compositor import COMPOSITORS, NOT_AS_ROOT, SWAY
-from harness.pictures import RED, find_color
+from harness.person import Rectangle
+from harness.pictures import RED
 from harness.sandbox import TREE, build_directory
 from harness.waiting import wait_until
 
@@ -45,7 +46,8 @@ def start_with_program_on_path(desktop, command, **environment):
 
 def wait_for_box(desktop):
     """The stop sign: who is another user for the session's bus is shown to no screen reader."""
-    wait_until(lambda: find_color(desktop.take_screenshot(), RED), "a box on the screen", 30)
+    wait_until(lambda: desktop.find_color(RED), "a box on the screen", 30)
+    desktop.take_screenshot()
 
 
 def count_programs(desktop):
@@ -73,15 +75,15 @@ def start_dwm(desktop):
     start_with_program_on_path(desktop, ["sh", ".xinitrc"])
 
 
-def start_sway(desktop, **environment):
+def start_sway(desktop, settings="", **environment):
     line, natively = advice("sway")
-    write(desktop, ".config/sway/config", f"{SWAY}{line}\n{natively}\n")
+    write(desktop, ".config/sway/config", f"{SWAY}{line}\n{natively}\n{settings}")
     start_with_program_on_path(desktop, [*NOT_AS_ROOT, "sway"],
                                **COMPOSITORS["sway"].environment, **environment)
 
 
-def start_sway_natively(desktop):
-    start_sway(desktop, GDK_BACKEND="wayland")
+def start_sway_natively(desktop, settings="", **environment):
+    start_sway(desktop, settings, GDK_BACKEND="wayland", **environment)
 
 
 def start_cage(desktop):
@@ -116,6 +118,12 @@ def nodes(tree):
         yield from nodes(child)
 
 
+def find_sway_window(desktop):
+    found = [node for node in nodes(tell_sway(desktop, "-t", "get_tree"))
+             if node["name"] == "Front desk" and node["rect"]["width"] > 1]
+    return found and found[0]
+
+
 @pytest.mark.parametrize("start", [start_sway, start_sway_natively])
 def test_boxes_float_in_sway_on_each_workspace_and_have_the_name_of_their_entry(start_desktop,
                                                                                start):
@@ -123,13 +131,7 @@ def test_boxes_float_in_sway_on_each_workspace_and_have_the_name_of_their_entry(
     start(desktop)
     desktop.service.report("Front desk")
     wait_for_box(desktop)
-
-    def find_window():
-        found = [node for node in nodes(tell_sway(desktop, "-t", "get_tree"))
-                 if node["name"] == "Front desk" and node["rect"]["width"] > 1]
-        return found and found[0]
-
-    window = wait_until(find_window, "the box")
+    window = wait_until(lambda: find_sway_window(desktop), "the box")
     natively = start is start_sway_natively
     entry = TREE / f"packaging/{NAME}.windows.desktop.in"
     assert f"StartupWMClass={NAME}\n" in entry.read_text()
@@ -137,4 +139,29 @@ def test_boxes_float_in_sway_on_each_workspace_and_have_the_name_of_their_entry(
     assert (window["app_id"] if natively else window["window_properties"]["class"]).lower() == NAME
     if natively:
         tell_sway(desktop, "workspace", "7")
-        wait_until(lambda: find_window()["visible"], "the box on the other workspace")
+        wait_until(lambda: find_sway_window(desktop)["visible"], "the box on the other workspace")
+
+
+def rectangle(of):
+    return Rectangle(of["x"], of["y"], of["width"], of["height"])
+
+
+@pytest.mark.parametrize("scale", ["1.5", "2"])
+@pytest.mark.parametrize("start", [start_sway, start_sway_natively])
+def test_a_box_is_whole_on_one_of_two_scaled_monitors(start_desktop, start, scale):
+    desktop = start_desktop(window_manager=None)
+    start(desktop, f"output * scale {scale}\noutput X11-2 mode --custom 1366x768\n",
+          WLR_X11_OUTPUTS="2")
+    desktop.service.report("Front desk")
+    wait_for_box(desktop)
+    outputs = tell_sway(desktop, "-t", "get_outputs")
+    assert [output["scale"] for output in outputs] == [float(scale)] * 2
+    window = wait_until(lambda: find_sway_window(desktop), "the box")
+    place = rectangle(window["rect"])
+    assert any(rectangle(output["rect"]).contains(place) for output in outputs), (place, outputs)
+    picture = desktop.sandbox.home / "picture.png"
+    (wayland,) = desktop.sandbox.runtime.glob("wayland-?")
+    status, _, errors = desktop.sandbox.run(["grim", picture],
+                                            environment={"WAYLAND_DISPLAY": wayland.name})
+    assert status == 0, errors
+    desktop.keep_picture(picture)

@@ -7,6 +7,7 @@ import re
 import shutil
 
 from .person import Person
+from .pictures import find_color
 from .program import Program
 from .sandbox import Sandbox, build_directory
 from .service import Service
@@ -153,13 +154,23 @@ class Desktop:
 
     def take_screenshot(self, name=None):
         """Leaves a picture of the screen in the folder for screenshots; returns its path."""
+        self.person.take_screenshot(self.sandbox.directory / "screenshot.png")
+        return self.keep_picture(self.sandbox.directory / "screenshot.png", name)
+
+    def keep_picture(self, picture, name=None):
+        """Leaves a copy of a picture in the folder for screenshots; returns its path."""
         self._pictures += 1
         folder = screenshot_directory()
         folder.mkdir(parents=True, exist_ok=True)
         path = folder / (f"{name or f'{plain(self.name)}-{self._pictures}'}.png")
-        self.person.take_screenshot(self.sandbox.directory / "screenshot.png")
-        shutil.copyfile(self.sandbox.directory / "screenshot.png", path)
+        shutil.copyfile(picture, path)
         return path
+
+    def find_color(self, color):
+        """The part of the screen that holds all of a colour; see pictures.find_color."""
+        picture = self.sandbox.directory / "look.png"
+        self.person.take_screenshot(picture)
+        return find_color(picture, color)
 
     def keep_evidence(self):
         """Leaves what a failed test saw in the folder for screenshots."""

@@ -17,6 +17,7 @@ FIRST_WORDS = "dear ann\nyes  no"
 # With all that answers a box that has the keyboard: a Tab and a blank, say.
 LETTER = "\ni am well and so are we all\n\ta b c\n\t\td e f \n\tg h i j k l m\n\nyours ed"
 SCREEN = Rectangle(0, 0, 1920, 1080)
+LONGEST = 210  # the error code with the longest text
 CENTER = 960, 540  # of the screen, where a box that floats stands
 LONG_PAUSE = 14  # statuses, of which there are ten in a second
 SHORT_PAUSE = 5
@@ -130,6 +131,16 @@ def usual(settings):
     return {"window_manager": None} | settings
 
 
+def tell(desktop, command):
+    """Has sway or i3 do something."""
+    environment = {}
+    for variable, pattern in (("SWAYSOCK", "sway-ipc.*"), ("I3SOCK", "i3/ipc-socket.*")):
+        found = list(desktop.sandbox.runtime.glob(pattern))
+        environment |= {variable: str(found[0])} if found else {}
+    status, _, errors = desktop.sandbox.run(command.split(), environment=environment)
+    assert status == 0, errors
+
+
 def answer_by_keyboard(desktop, title):
     wait_until(lambda: (title, "text") in desktop.focused(), lambda: f"{desktop.focused()}")
     desktop.press("Tab")
@@ -193,12 +204,7 @@ def test_a_request_to_close_leaves_the_box_open(start_desktop, settings, way):
         desktop.person.click_at(*CENTER)  # these give it the keyboard only when they are asked to
     wait_until(desktop.focused, "the keyboard in the box")
     if isinstance(way, str):
-        environment = {}
-        for variable, pattern in (("SWAYSOCK", "sway-ipc.*"), ("I3SOCK", "i3/ipc-socket.*")):
-            found = list(desktop.sandbox.runtime.glob(pattern))
-            environment |= {variable: str(found[0])} if found else {}
-        status, _, errors = desktop.sandbox.run(way.split(), environment=environment)
-        assert status == 0, errors
+        tell(desktop, way)
     else:
         desktop.press(*way)
     desktop.settle(6)
@@ -217,10 +223,11 @@ WITH_MOUSE = [
 ]
 
 
-def find_on_screen(desktop, box):
+def find_on_screen(desktop, box, scale=1):
     """Where each part of a box is on the screen, which natively no program is told.
 
-    The stop sign shows where the box is, and the screen reader where its parts are within it.
+    The stop sign shows where the box is, and the screen reader where its parts are within it, in
+    units that have so many pixels.
     """
     def find_sign_at_rest():  # some desktops let windows grow, or put them elsewhere at once
         before = desktop.find_color(RED)
@@ -229,9 +236,14 @@ def find_on_screen(desktop, box):
 
     found = wait_until(find_sign_at_rest, "the box at rest on the screen")
     icon = box.all("icon")[0].extents.center
-    left, top = (found[0] + found[2]) // 2 - icon[0], (found[1] + found[3]) // 2 - icon[1]
-    return {(part.name or part.role): Rectangle(part.extents.x + left, part.extents.y + top,
-                                                part.extents.width, part.extents.height)
+    sign = (found[0] + found[2]) // 2, (found[1] + found[3]) // 2
+
+    def place(extents):
+        return Rectangle(int(sign[0] + scale * (extents.x - icon[0])),
+                         int(sign[1] + scale * (extents.y - icon[1])),
+                         int(scale * extents.width), int(scale * extents.height))
+
+    return {(part.name or part.role): place(part.extents)
             for part in box.all() if part.role in ("icon", "push button", "scroll pane")
             and "showing" in part.states}
 
@@ -265,6 +277,57 @@ def test_a_box_is_whole_on_the_screen_and_answered_with_the_mouse(start_desktop,
     assert desktop.service.commands() == [command_document("Front desk", RETRY)]
 
 
+@slow
+@pytest.mark.parametrize("scale", [1.5, 2])
+@pytest.mark.parametrize("native", [False, True])
+def test_a_box_on_a_scaled_screen_is_whole_and_answered_with_the_mouse(start_desktop, native,
+                                                                       scale):
+    # It takes the size of its screen in units that it makes so many times bigger.
+    screen = Rectangle(0, 0, int(scale * SCREEN.width), int(scale * SCREEN.height))
+    desktop = start_desktop(compositor="kwin", native=native, window_manager=None,
+                            screen=f"{screen.width}x{screen.height}",
+                            compositor_options=("--scale", str(scale)))
+    desktop.start_polling_program()
+    desktop.service.report("Front desk", code=LONGEST)
+    wait_until(desktop.boxes, "the box")
+    desktop.settle()
+    places = find_on_screen(desktop, desktop.boxes()[0], scale)
+    desktop.take_screenshot()
+    for name, place in places.items():
+        assert screen.contains(place), (name, place)
+    x, y = places["Retry"].center
+    desktop.person.move_pointer(x, y - 100)
+    desktop.person.click_at(x, y)
+    assert desktop.service.wait_for_commands() == [
+        command_document("Front desk", RETRY, code=LONGEST)]
+
+
+def titles(desktop):
+    return [window.title for window in desktop.person.windows()]
+
+
+@slow
+@pytest.mark.parametrize("window_manager", ["openbox", "metacity", "xfwm4", "i3", "awesome"])
+def test_a_box_is_on_every_workspace_and_typing_there_answers_nothing(start_desktop, window_manager):
+    desktop = start_desktop(window_manager=window_manager)
+    desktop.start_polling_program()
+    desktop.service.report("Front desk")
+    wait_until(lambda: desktop.find_color(RED), "the box")
+    desktop.settle(LONG_PAUSE)  # the box is no new one, and a key in it would count
+    TypedAtEditor(desktop)
+    wait_until(lambda: TypedAtEditor.TITLE in titles(desktop), "the editor")
+    if window_manager == "i3":  # makes one when somebody goes there
+        tell(desktop, "i3-msg workspace 2")
+    else:
+        desktop.person.switch_workspace(1)
+    desktop.type_text(LETTER, PACE)  # the box may have the keyboard now
+    wait_until(lambda: TypedAtEditor.TITLE not in titles(desktop), "the other workspace")
+    wait_until(lambda: "Front desk" in titles(desktop), "the box on the other workspace")
+    desktop.settle()
+    assert desktop.find_color(RED)
+    assert desktop.service.commands() == []
+
+
 @pytest.mark.parametrize("compositor", ["mutter", pytest.param("sway", marks=slow),
                                         pytest.param("weston", marks=slow),
                                         pytest.param("kwin", marks=slow)])
@@ -288,7 +351,6 @@ def test_without_the_x_server_of_its_desktop_the_program_runs_natively(start_des
     wait_until(desktop.boxes, "a box")
 
 
-LONGEST = 210  # the error code with the longest text
 # In a row, in the order that the desktop likes.
 MONITORS = [Rectangle(0, 0, 1920, 1080), Rectangle(1920, 0, 800, 600),
             Rectangle(0, 0, 800, 600), Rectangle(800, 0, 1920, 1080)]

@@ -62,7 +62,7 @@ class WaylandDesktop(Desktop):
         for name, text in compositor.files.items():
             (self.sandbox.home / name).write_text(text)
         command = [word.format(display=self.display, home=self.sandbox.home)
-                   for word in compositor.command]
+                   for word in (*compositor.command, *self.settings.compositor_options)]
         self._start(command, compositor.environment, compositor.x_server)
         # Without a window manager the keys go to the window under the pointer.
         self.person.move_pointer(700, 40)

@@ -299,6 +299,10 @@ class Person:
         wait_until(lambda: self.focused_window() == window.id,
                    f"the keyboard focus in {window.title!r}", deadline)
 
+    def switch_workspace(self, number):
+        """Asks the window manager for a workspace, by its number from 0, as a pager does."""
+        self._ask("switch_workspace", number=number)
+
     def request_close(self, window):
         """Asks the window manager to close a window, as a task bar does."""
         self._ask("request_close", window=window.id)

@@ -140,6 +140,10 @@ class Screen:
         now = 0
         self._send(window, "_NET_ACTIVE_WINDOW", [FROM_A_PAGER, now, 0, 0, 0], to_root=True)
 
+    def switch_workspace(self, number):
+        now = 0
+        self._send(self.root.id, "_NET_CURRENT_DESKTOP", [number, now, 0, 0, 0], to_root=True)
+
     def request_close(self, window):
         """Asks the window manager to close a window, as a task bar does."""
         self._send(window, "_NET_CLOSE_WINDOW", [0, FROM_A_PAGER, 0, 0, 0], to_root=True)

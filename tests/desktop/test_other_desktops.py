@@ -310,7 +310,7 @@ def titles(desktop):
 
 @slow
 @pytest.mark.parametrize("window_manager", ["openbox", "metacity", "xfwm4", "i3", "awesome"])
-def test_a_box_is_on_every_workspace_and_typing_there_answers_nothing(start_desktop, window_manager):
+def test_a_box_is_on_every_workspace_and_typed_keys_answer_none(start_desktop, window_manager):
     desktop = start_desktop(window_manager=window_manager)
     desktop.start_polling_program()
     desktop.service.report("Front desk")

@@ -1,7 +1,7 @@
 // What the tests of the service client share: scripted TCP peers in the service's place, and the
 // client's system calls, watched and replaced.
 //
-// For the one source file of a test program, linked with ZOR_CLIENT_WRAP of client_tests.cmake: it
+// For the one source file of a test program, linked with ZOR_CLIENT_WRAP: it
 // defines functions that the link puts in the place of the C library's.
 #pragma once
 

@@ -6,6 +6,7 @@
 #include <exception>
 
 #include "shell_support.h"
+#include "translation_support.h"
 
 namespace {
 
@@ -166,6 +167,13 @@ TEST_F(ShellStartTest, LookupTakesTheNextArgumentWhole) {
 
 TEST_F(ShellStartTest, LookupOfAnUnknownIdSaysSo) {
     EXPECT_EQ(look_up({"-g", "4711"}), "UNEXPECTED_TEXT_KEY:4711\n");
+}
+
+TEST_F(ShellStartTest, LookupOfAnEmptyTextPrintsNull) {
+    const Translation translation(Translation::Texts{{"OK", ""}, {"Retry", "Nochmal"}});
+    EXPECT_EQ(look_up({"-g", "36"}), "null\n");
+    EXPECT_THAT(logged_by("zor_main"), testing::Contains("looked up string: 36="));
+    EXPECT_EQ(look_up({"-g", "-999993"}), "Nochmal\n");
 }
 
 TEST_F(ShellStartTest, LookupOfWhatIsNoNumberThrows) {

@@ -1,20 +1,48 @@
 #include "zor_messages.h"
 
-#include <libintl.h>
-
 #include <algorithm>
-#include <bit>
-#include <clocale>
+#include <atomic>
 #include <cstdlib>
-#include <filesystem>
 #include <map>
+#include <new>
 #include <set>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "test_support.h"
+#include "translation_support.h"
+
+namespace {
+
+// Threads that look codes up, and what they take from the heap meanwhile.
+struct Lookups {
+    static constexpr int THREADS = 8;
+    static inline std::atomic<int> begun{0};
+    static inline thread_local bool is_under_way = false;
+    static inline thread_local int allocations = 0;
+};
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    if (Lookups::is_under_way) {
+        ++Lookups::allocations;
+        while (Lookups::begun < Lookups::THREADS) {
+            std::this_thread::yield(); // so that a table without a guard is built more than once
+        }
+    }
+    if (void* memory = std::malloc(std::max(size, std::size_t{1}))) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
 
 namespace {
 
@@ -418,40 +446,10 @@ TEST(Catalogue, names_consecutive_ids) {
     EXPECT_EQ(IDS_PRINTER_ERROR_DIALOG_TITLE, -999950);
 }
 
-// A translation catalogue in the default text domain, for the test's own language, and a locale of
-// the test's own: some releases of the C library translate nothing in C.UTF-8.
-class Translation {
-public:
-    Translation() {
-        std::filesystem::create_directories("/tmp/locale/xx/LC_MESSAGES");
-        std::ofstream("/tmp/messages.po")
-            << "msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=UTF-8\\n\"\n"
-            << "msgid \"Retry\"\nmsgstr \"Nochmal\"\n"
-            << "msgid \"UNEXPECTED_TEXT_KEY:\"\nmsgstr \"Kein Text:\"\n";
-        EXPECT_EQ(std::system("msgfmt -o /tmp/locale/xx/LC_MESSAGES/messages.mo /tmp/messages.po"),
-                  0);
-        const std::string order = std::endian::native == std::endian::big ? "--big" : "--little";
-        EXPECT_EQ(std::system(("localedef --no-archive " + order +
-                               "-endian -i en_US -f UTF-8 /tmp/en_US.UTF-8")
-                                  .c_str()),
-                  0);
-        bindtextdomain("messages", "/tmp/locale");
-        setenv("LOCPATH", "/tmp", 1);
-        setenv("LANGUAGE", "xx", 1);
-        EXPECT_NE(std::setlocale(LC_ALL, "en_US.UTF-8"), nullptr);
-    }
-    ~Translation() {
-        std::setlocale(LC_ALL, "C");
-        unsetenv("LANGUAGE");
-        unsetenv("LOCPATH");
-    }
-    Translation(const Translation&) = delete;
-    Translation& operator=(const Translation&) = delete;
-};
-
 TEST(Catalogue, passes_every_text_through_the_translation) {
     EXPECT_EQ(get_message_text(IDS_RETRY), "Retry");
-    const Translation translation;
+    const Translation translation(
+        Translation::Texts{{"Retry", "Nochmal"}, {"UNEXPECTED_TEXT_KEY:", "Kein Text:"}});
     EXPECT_EQ(get_message_text(IDS_RETRY), "Nochmal");
     EXPECT_EQ(get_message_text(IDS_CANCEL), "Cancel"); // not translated
     EXPECT_EQ(get_message_text(42), "Kein Text:42");
@@ -618,18 +616,33 @@ TEST(ErrorCodeMapping, names_only_texts_that_exist) {
     }
 }
 
-TEST(ErrorCodeMapping, gives_the_same_to_every_thread) {
+// In a process that has looked nothing up yet: threads that all look up at once, and how many of
+// them built the table, which takes memory where a look-up takes none.
+int count_builders_of_the_table() {
+    std::atomic<int> builders{0};
     std::vector<std::thread> threads;
-    std::vector<Mapping> found(8);
-    for (auto& row : found) {
-        threads.emplace_back([&row] { row = as_row(looked_up_printer_error_strings(504)); });
+    for (int i = 0; i < Lookups::THREADS; ++i) {
+        threads.emplace_back([&builders] {
+            ++Lookups::begun;
+            Lookups::is_under_way = true;
+            const auto first = as_row(looked_up_printer_error_strings(504));
+            const auto second = as_row(looked_up_printer_error_strings(100));
+            Lookups::is_under_way = false;
+            builders += Lookups::allocations > 0 ? 1 : 0;
+            builders +=
+                first == Mapping{504, 504, 1502} && second == Mapping{100, 100, 1100} ? 0 : 100;
+        });
     }
     for (auto& thread : threads) {
         thread.join();
     }
-    for (const auto& row : found) {
-        EXPECT_EQ(row, (Mapping{504, 504, 1502}));
-    }
+    return builders;
+}
+
+TEST(ErrorCodeMapping, is_built_once_for_all_threads) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(std::_Exit(count_builders_of_the_table() == 1 ? 0 : 1), testing::ExitedWithCode(0),
+                "");
 }
 
 TEST(ErrorCodeMapping, starts_with_zeros_and_appends) {

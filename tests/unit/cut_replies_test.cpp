@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "fake_peer.h"
+#include "client_calls.h"
 #include "zor_printer_io.h"
 
 namespace {
@@ -58,11 +58,6 @@ FakePeer::Script cut_at_every_offset(Ending ending) {
             break_off(whole.exchange, reply, Ending::close);
         }
     };
-}
-
-// Whether the process has this many descriptors open again; a peer may close a moment later.
-bool has_descriptors(std::ptrdiff_t count) {
-    return wait_until([count] { return count_descriptors() == count; });
 }
 
 } // namespace

@@ -24,7 +24,6 @@ struct ScreenSize {
 std::optional<ScreenSize> pretended_screen;
 std::optional<ScreenSize> requested_box_size;
 int rung_bells = 0;
-std::atomic<bool> connecting_throws_no_exception_class = false;
 
 } // namespace
 
@@ -37,8 +36,6 @@ void __real_gtk_window_resize(GtkWindow* window, int width, int height);
 void __wrap_gtk_window_resize(GtkWindow* window, int width, int height);
 void __real_gtk_widget_error_bell(GtkWidget* widget);
 void __wrap_gtk_widget_error_bell(GtkWidget* widget);
-int __real_connect(int handle, const sockaddr* address, socklen_t length);
-int __wrap_connect(int handle, const sockaddr* address, socklen_t length);
 
 int __wrap_gdk_screen_width() {
     return pretended_screen ? pretended_screen->width : __real_gdk_screen_width();
@@ -57,13 +54,6 @@ void __wrap_gtk_widget_error_bell(GtkWidget* widget) {
     ++rung_bells;
     __real_gtk_widget_error_bell(widget);
 }
-
-int __wrap_connect(int handle, const sockaddr* address, socklen_t length) {
-    if (connecting_throws_no_exception_class) {
-        throw 1;
-    }
-    return __real_connect(handle, address, length);
-}
 }
 
 namespace {
@@ -75,12 +65,6 @@ protected:
         pretended_screen.reset();
         requested_box_size.reset();
         rung_bells = 0;
-        connecting_throws_no_exception_class = false;
-    }
-
-    void TearDown() override {
-        connecting_throws_no_exception_class = false;
-        ShellTest::TearDown();
     }
 
     // Presents the error and gives its box.
@@ -94,20 +78,9 @@ protected:
     }
 };
 
-std::string shown_text(GtkWidget* box) {
-    auto* buffer = gtk_text_view_get_buffer(GTK_TEXT_VIEW(find_in_box(box, "textview1")));
-    GtkTextIter start;
-    GtkTextIter end;
-    gtk_text_buffer_get_bounds(buffer, &start, &end);
-    char* text = gtk_text_buffer_get_text(buffer, &start, &end, TRUE);
-    std::string result = text;
-    g_free(text);
-    return result;
-}
-
 // ---- Data directory -----------------------------------------------------------------------------
 
-TEST(DataDirectoryTest, IsBesideTheProgramFile) {
+TEST(DataDirectory, IsBesideTheProgramFile) {
     EXPECT_EQ(locate_gui_data_dir("/opt/x/bin/errorui"), "/opt/x/bin/Data");
     EXPECT_EQ(locate_gui_data_dir("errorui"), "errorui/Data");
     EXPECT_EQ(locate_gui_data_dir("/errorui"), "/Data");

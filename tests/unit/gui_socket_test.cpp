@@ -11,7 +11,7 @@
 
 #include <gmock/gmock.h>
 
-#include "fake_peer.h"
+#include "client_calls.h"
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
@@ -621,22 +621,6 @@ TEST(LimitSizeTAsInt, CutsAtTheLargestInt) {
     }
     EXPECT_EQ(limit_size_t_as_int(std::numeric_limits<std::size_t>::max()), 2147483647);
 }
-
-namespace {
-
-constexpr int MANY = 1000;
-
-void expect_no_leak_in_many_runs(const std::string& text, const std::function<void()>& run) {
-    const auto before = count_descriptors();
-    for (int i = 0; i < MANY; ++i) {
-        ASSERT_EQ(thrown_text(run), text) << "run " << i;
-    }
-    // The peer in this process may still hold its end of the last connection for a moment.
-    EXPECT_TRUE(wait_until([before] { return count_descriptors() == before; }))
-        << text << " left " << count_descriptors() - before;
-}
-
-} // namespace
 
 TEST(GUISocketHandles, AThousandFailedLookupsLeaveNone) {
     expect_no_leak_in_many_runs("Failed to lookup host.",

@@ -635,13 +635,7 @@ protected:
         CrashNote::install();
         // The log is not what this is about, and each line costs a look at the configuration.
         ConfigFile::write("");
-        // Nor are the icons: small ones are quicker to read.
-        for (const std::string name : {"caution.png", "stop.png"}) {
-            GtkReleaser icon_releaser;
-            auto* icon = icon_releaser.set(gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, 16, 16));
-            gdk_pixbuf_fill(icon, 0);
-            gdk_pixbuf_save(icon, (data.assets() / name).c_str(), "png", nullptr, nullptr);
-        }
+        data.make_icons_small();
         rest = [turnstile = &m_turnstile](gulong) {
             turnstile->pass();
         };

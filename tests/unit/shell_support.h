@@ -5,11 +5,10 @@
 // that are defined here as __wrap_NAME.
 #pragma once
 
-#include <arpa/inet.h>
 #include <dlfcn.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <pthread.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -17,10 +16,10 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
-#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -43,6 +42,7 @@
 #undef Status
 #undef Success
 
+#include "fake_peer.h"
 #include "syslog_capture.h"
 #include "test_support.h"
 
@@ -165,7 +165,19 @@ inline std::function<void(gulong)> rest = [](gulong /*microseconds*/) {
     throw std::logic_error("a thread rests where none was expected");
 };
 
+// What the program's connect throws then has no class that it knows.
+inline std::atomic<bool> connecting_throws_no_exception_class = false;
+
 extern "C" {
+int __real_connect(int handle, const sockaddr* address, socklen_t length);
+int __wrap_connect(int handle, const sockaddr* address, socklen_t length);
+int __wrap_connect(int handle, const sockaddr* address, socklen_t length) {
+    if (connecting_throws_no_exception_class) {
+        throw 1;
+    }
+    return __real_connect(handle, address, length);
+}
+
 void __wrap_g_usleep(gulong microseconds);
 void __wrap_g_usleep(gulong microseconds) {
     rest(microseconds);
@@ -312,6 +324,17 @@ inline void click(GtkWidget* box, const std::string& label) {
     gtk_button_clicked(find_button(box, label));
 }
 
+inline std::string shown_text(GtkWidget* box) {
+    auto* buffer = gtk_text_view_get_buffer(GTK_TEXT_VIEW(find_in_box(box, "textview1")));
+    GtkTextIter start;
+    GtkTextIter end;
+    gtk_text_buffer_get_bounds(buffer, &start, &end);
+    char* text = gtk_text_buffer_get_text(buffer, &start, &end, TRUE);
+    std::string result = text;
+    g_free(text);
+    return result;
+}
+
 // Asks the box to go, the way a window manager does. The main loop has the request when it runs.
 inline void send_delete_request(GtkWidget* box) {
     auto* window = gtk_widget_get_window(box);
@@ -331,34 +354,17 @@ inline void send_delete_request(GtkWidget* box) {
 
 // ---- The printer service ------------------------------------------------------------------------
 
-// Listens where the program looks for the service, on a thread of its own, and records each
+// Is there where the program looks for the service, on a thread of its own, and records each
 // request. Replies in the order of a script; after that each reply is empty.
 class RecordingService {
 public:
-    RecordingService() {
-        m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        const int on = 1;
-        setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(1753);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-            listen(m_listener, 128) != 0 || pipe(m_wake) != 0) {
-            throw std::runtime_error("cannot listen on port 1753; not in the sandbox?");
-        }
-        m_thread = std::thread([this] { serve(); });
-    }
-
+    RecordingService() = default;
     ~RecordingService() {
         m_stop = true;
         wake();
-        m_thread.join();
-        for (const int handle : {m_listener, m_wake[0], m_wake[1]}) {
-            close(handle);
-        }
+        m_peer.finish();
+        close(m_wake);
     }
-
     RecordingService(const RecordingService&) = delete;
     RecordingService& operator=(const RecordingService&) = delete;
 
@@ -403,10 +409,8 @@ public:
 
 private:
     struct Connection {
-        int handle = -1;
-        std::string received;
-        bool waits_for_reply = false;
-        std::size_t request = 0; // its number
+        PeerConnection peer;
+        std::optional<std::size_t> request; // the number of the one that waits for its reply
     };
 
     struct Decision {
@@ -422,85 +426,61 @@ private:
         wake();
     }
 
-    void wake() { [[maybe_unused]] const auto written = write(m_wake[1], "w", 1); }
+    void wake() const { eventfd_write(m_wake, 1); }
 
-    void serve() {
-        std::vector<Connection> connections;
+    void serve(FakePeer& peer) {
+        std::list<Connection> connections;
         while (!m_stop) {
-            std::vector<pollfd> polled{{m_listener, POLLIN, 0}, {m_wake[0], POLLIN, 0}};
+            std::vector<pollfd> polled{{peer.handle(), POLLIN, 0}, {m_wake, POLLIN, 0}};
             for (const auto& connection : connections) {
-                polled.push_back({connection.handle, POLLIN, 0});
+                polled.push_back({connection.peer.handle(), POLLIN, 0});
             }
             poll(polled.data(), polled.size(), -1);
-            for (std::size_t i = 0; i < connections.size(); ++i) {
-                if (polled[i + 2].revents != 0) {
-                    receive(connections[i]);
+            auto next = polled.begin() + 2;
+            for (auto& connection : connections) {
+                if ((next++)->revents != 0) {
+                    receive(connection);
                 }
             }
             if (polled[1].revents != 0) {
-                char byte = 0;
-                [[maybe_unused]] const auto taken = read(m_wake[0], &byte, 1);
+                eventfd_t wakes = 0;
+                eventfd_read(m_wake, &wakes);
             }
             if (polled[0].revents != 0) {
-                connections.push_back({accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC), {}});
+                connections.push_back({peer.accept(), {}});
             }
             reply_to(connections);
-            std::erase_if(connections, [](const auto& each) { return each.handle == -1; });
-        }
-        for (const auto& connection : connections) {
-            close(connection.handle);
+            std::erase_if(connections, [](const auto& each) { return each.peer.handle() == -1; });
         }
     }
 
     void receive(Connection& connection) {
-        char bytes[4096];
-        const auto count = recv(connection.handle, bytes, sizeof bytes, 0);
-        if (count <= 0) {
-            close(connection.handle);
-            connection.handle = -1;
+        if (connection.peer.is_at_its_end()) {
+            connection.peer.close();
             return;
         }
-        connection.received.append(bytes, static_cast<std::size_t>(count));
-        if (connection.received.size() < 8) {
-            return;
-        }
-        std::uint64_t length = 0;
-        for (std::size_t i = 8; i-- > 0;) {
-            length = length << 8 | static_cast<unsigned char>(connection.received[i]);
-        }
-        if (connection.received.size() == 8 + length) {
-            const std::lock_guard<std::mutex> locker(m_mux);
-            connection.request = m_requests.size();
-            connection.waits_for_reply = true;
-            m_requests.push_back(connection.received.substr(8));
-        }
+        const auto request = connection.peer.receive_frame().substr(8);
+        const std::lock_guard<std::mutex> locker(m_mux);
+        connection.request = m_requests.size();
+        m_requests.push_back(request);
     }
 
-    void reply_to(std::vector<Connection>& connections) {
+    void reply_to(std::list<Connection>& connections) {
         for (auto& connection : connections) {
-            if (!connection.waits_for_reply || m_held) {
+            if (!connection.request || m_held) {
                 continue;
             }
-            const auto decision = take_decision(connection.request);
+            const auto decision = take_decision(*connection.request);
             if (!decision) {
                 continue;
             }
-            connection.waits_for_reply = false;
+            connection.request.reset();
             if (decision->is_reply) {
-                send_reply(connection.handle, decision->reply);
+                connection.peer.send(frame(decision->reply));
             } else {
-                close(std::exchange(connection.handle, -1));
+                connection.peer.close();
             }
         }
-    }
-
-    static void send_reply(int handle, const std::string& reply) {
-        std::string frame;
-        for (unsigned shift = 0; shift < 64; shift += 8) {
-            frame += static_cast<char>(reply.size() >> shift & 0xFF);
-        }
-        frame += reply;
-        send(handle, frame.data(), frame.size(), MSG_NOSIGNAL);
     }
 
     std::optional<Decision> take_decision(std::size_t request) {
@@ -519,8 +499,7 @@ private:
         return scripted;
     }
 
-    int m_listener = -1;
-    int m_wake[2] = {-1, -1};
+    int m_wake = eventfd(0, EFD_CLOEXEC);
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_held{false};
     std::atomic<bool> m_requests_wait{false};
@@ -528,7 +507,9 @@ private:
     std::map<std::size_t, Decision> m_decisions;
     std::vector<std::string> m_requests;
     std::vector<std::string> m_replies;
-    std::thread m_thread;
+    FakePeer m_peer{[this](FakePeer& peer) {
+        serve(peer);
+    }}; // last: it uses all the others
 };
 
 // The document that a button with this action code sends, for texts without special characters.
@@ -571,6 +552,16 @@ public:
 
     void hide_builder_file() const { std::filesystem::rename(builder_file(), hidden_file()); }
     void bring_builder_file_back() const { std::filesystem::rename(hidden_file(), builder_file()); }
+
+    // For tests of many boxes that are not about their icons: small ones are quicker to read.
+    void make_icons_small() const {
+        for (const std::string name : {"caution.png", "stop.png"}) {
+            GtkReleaser icon_releaser;
+            auto* icon = icon_releaser.set(gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, 16, 16));
+            gdk_pixbuf_fill(icon, 0);
+            gdk_pixbuf_save(icon, (assets() / name).c_str(), "png", nullptr, nullptr);
+        }
+    }
 
 private:
     std::filesystem::path hidden_file() const { return m_root / "hidden"; }
@@ -638,6 +629,7 @@ protected:
 
     void TearDown() override {
         StandardThreads::to_refuse = 0;
+        connecting_throws_no_exception_class = false;
         service.reset();
         EXPECT_TRUE(wait_until([this] { return StandardThreads::alive() == m_threads_to_stay; }));
         for (auto* box : list_boxes()) {

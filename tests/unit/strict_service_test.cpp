@@ -219,6 +219,7 @@ protected:
     void SetUp() override {
         ShellTest::SetUp();
         ConfigFile::write(""); // the log is not what this is about
+        data.make_icons_small();
         start_service();
         service->let_requests_wait();
         if (s_turnstile == nullptr) {

@@ -17,14 +17,14 @@ protected:
     ActiveFaults m_faults;
 };
 
-TEST_F(ActiveFaultsTest, are_none_at_first) {
+TEST_F(ActiveFaultsTest, AreNoneAtFirst) {
     EXPECT_FALSE(m_faults.next_status_reply());
     EXPECT_FALSE(m_faults.next_command_reply());
     EXPECT_FALSE(m_faults.refuses());
     EXPECT_EQ(m_faults.description(), "none");
 }
 
-TEST_F(ActiveFaultsTest, apply_to_their_target_only) {
+TEST_F(ActiveFaultsTest, ApplyToTheirTargetOnly) {
     set("silent");
     EXPECT_TRUE(m_faults.next_status_reply());
     EXPECT_TRUE(m_faults.next_command_reply());
@@ -38,7 +38,7 @@ TEST_F(ActiveFaultsTest, apply_to_their_target_only) {
     EXPECT_FALSE(m_faults.next_command_reply());
 }
 
-TEST_F(ActiveFaultsTest, go_together_on_different_targets) {
+TEST_F(ActiveFaultsTest, GoTogetherOnDifferentTargets) {
     set("cut 5 on status");
     set("reset on commands");
     EXPECT_EQ(m_faults.next_status_reply()->fault.kind, FaultKind::cut);
@@ -46,7 +46,7 @@ TEST_F(ActiveFaultsTest, go_together_on_different_targets) {
     EXPECT_EQ(m_faults.description(), "cut 5 on status; reset on commands");
 }
 
-TEST_F(ActiveFaultsTest, give_way_to_a_new_one_for_the_same_target) {
+TEST_F(ActiveFaultsTest, GiveWayToANewOneForTheSameTarget) {
     const std::vector<std::array<std::string_view, 3>> cases = {
         {"cut 5 on status", "empty on status", "empty on status"},
         {"cut 5 on commands", "empty on commands", "empty on commands"},
@@ -68,7 +68,7 @@ TEST_F(ActiveFaultsTest, give_way_to_a_new_one_for_the_same_target) {
     }
 }
 
-TEST_F(ActiveFaultsTest, count_only_the_replies_that_they_spoil) {
+TEST_F(ActiveFaultsTest, CountOnlyTheRepliesThatTheySpoil) {
     set("cut 5 on commands times 2");
     set("empty on status times 1");
     EXPECT_FALSE(m_faults.next_command_reply()->ended);
@@ -78,7 +78,7 @@ TEST_F(ActiveFaultsTest, count_only_the_replies_that_they_spoil) {
     EXPECT_FALSE(m_faults.next_command_reply());
 }
 
-TEST_F(ActiveFaultsTest, spoil_about_one_reply_in_so_many) {
+TEST_F(ActiveFaultsTest, SpoilAboutOneReplyInSoMany) {
     set("reset 1 in 4");
     int spoiled = 0;
     for (int reply = 0; reply < 4000; ++reply) {
@@ -87,7 +87,7 @@ TEST_F(ActiveFaultsTest, spoil_about_one_reply_in_so_many) {
     EXPECT_NEAR(spoiled, 1000, 100);
 }
 
-TEST_F(ActiveFaultsTest, spoil_the_same_replies_again_with_the_same_seed) {
+TEST_F(ActiveFaultsTest, SpoilTheSameRepliesAgainWithTheSameSeed) {
     const auto choice = [this](std::string_view words, bool with_others) {
         set("none");
         set("empty 1 in 3 on commands");
@@ -110,7 +110,7 @@ TEST_F(ActiveFaultsTest, spoil_the_same_replies_again_with_the_same_seed) {
         << "the choice that goes with the usual seed is the same on every machine";
 }
 
-TEST_F(ActiveFaultsTest, count_the_spoiled_replies_among_others) {
+TEST_F(ActiveFaultsTest, CountTheSpoiledRepliesAmongOthers) {
     set("reset 1 in 3 times 2");
     int spoiled = 0;
     for (int reply = 0; reply < 100; ++reply) {
@@ -119,7 +119,7 @@ TEST_F(ActiveFaultsTest, count_the_spoiled_replies_among_others) {
     EXPECT_EQ(spoiled, 2);
 }
 
-TEST_F(ActiveFaultsTest, refuse_until_they_stop) {
+TEST_F(ActiveFaultsTest, RefuseUntilTheyStop) {
     set("refuse");
     EXPECT_TRUE(m_faults.refuses());
     m_faults.stop_refusing();

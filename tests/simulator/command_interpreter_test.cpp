@@ -72,7 +72,7 @@ private:
     }
 };
 
-TEST_F(Interpreter, publishes_an_error_with_the_rest_of_the_line_as_its_text) {
+TEST_F(Interpreter, PublishesAnErrorWithTheRestOfTheLineAsItsText) {
     run("error \"Front Desk\" 17 110 3 Print ribbon  out");
     ASSERT_EQ(open_errors().size(), 1U);
     const PrinterError error = open_errors()[0].error;
@@ -83,14 +83,14 @@ TEST_F(Interpreter, publishes_an_error_with_the_rest_of_the_line_as_its_text) {
     EXPECT_EQ(error.text, "Print ribbon  out");
 }
 
-TEST_F(Interpreter, gives_an_error_without_text_a_plain_one) {
+TEST_F(Interpreter, GivesAnErrorWithoutTextAPlainOne) {
     run("error P 1 110 3");
     EXPECT_EQ(open_errors().at(0).error.text, "Printer error 110.");
     run("error P 1 110 3 \"\"");
     EXPECT_EQ(open_errors().at(0).error.text, "");
 }
 
-TEST_F(Interpreter, gives_an_error_the_service_code_that_it_is_told) {
+TEST_F(Interpreter, GivesAnErrorTheServiceCodeThatItIsTold) {
     run("error P 1 110 3 service-code=4711 Card not picked.");
     EXPECT_EQ(open_errors().at(0).error.service_code, "4711");
     EXPECT_EQ(open_errors().at(0).error.text, "Card not picked.");
@@ -101,7 +101,7 @@ TEST_F(Interpreter, gives_an_error_the_service_code_that_it_is_told) {
     EXPECT_NE(last_complaint().find("missing value after \"service-code=\""), std::string::npos);
 }
 
-TEST_F(Interpreter, takes_any_byte_in_a_quoted_name) {
+TEST_F(Interpreter, TakesAnyByteInAQuotedName) {
     run(R"(error "\xff\n\"x" "\0" 110 3 "a\\b")");
     ASSERT_EQ(open_errors().size(), 1U);
     EXPECT_EQ(open_errors()[0].error.printer, "\xff\n\"x");
@@ -109,7 +109,7 @@ TEST_F(Interpreter, takes_any_byte_in_a_quoted_name) {
     EXPECT_EQ(open_errors()[0].error.text, "a\\b");
 }
 
-TEST_F(Interpreter, clears_one_error_or_all) {
+TEST_F(Interpreter, ClearsOneErrorOrAll) {
     run("error P 1 110 3");
     run("error P 2 110 3");
     run("error P 3 110 3");
@@ -120,12 +120,12 @@ TEST_F(Interpreter, clears_one_error_or_all) {
     EXPECT_TRUE(m_complaints.empty());
 }
 
-TEST_F(Interpreter, complains_when_there_is_nothing_to_clear) {
+TEST_F(Interpreter, ComplainsWhenThereIsNothingToClear) {
     run("clear P 2");
     EXPECT_EQ(last_complaint(), "stdin:1: job \"2\" of printer \"P\" has no open error");
 }
 
-TEST_F(Interpreter, publishes_raw_texts_as_they_stand) {
+TEST_F(Interpreter, PublishesRawTextsAsTheyStand) {
     run("raw <a b=\"1\">  </a>");
     EXPECT_EQ(m_service.model().newest_event(), 1U);
     run(R"(raw "x\0y")");
@@ -135,7 +135,7 @@ TEST_F(Interpreter, publishes_raw_texts_as_they_stand) {
     EXPECT_NE(last_complaint().find("missing TEXT"), std::string::npos);
 }
 
-TEST_F(Interpreter, publishes_a_file_even_an_empty_one) {
+TEST_F(Interpreter, PublishesAFileEvenAnEmptyOne) {
     const std::string path = testing::TempDir() + "simulator-empty-file";
     std::ofstream(path).close();
     run("raw-file \"" + path + "\"");
@@ -145,7 +145,7 @@ TEST_F(Interpreter, publishes_a_file_even_an_empty_one) {
     EXPECT_NE(last_complaint().find("/does/not/exist"), std::string::npos);
 }
 
-TEST_F(Interpreter, takes_line_ends_with_a_carriage_return) {
+TEST_F(Interpreter, TakesLineEndsWithACarriageReturn) {
     run("error P 1 110 3\r");
     run("clear-all\r");
     run("\r");
@@ -157,7 +157,7 @@ TEST_F(Interpreter, takes_line_ends_with_a_carriage_return) {
     EXPECT_EQ(m_service.model().open_errors().size(), 1U);
 }
 
-TEST_F(Interpreter, skips_empty_lines_and_comments) {
+TEST_F(Interpreter, SkipsEmptyLinesAndComments) {
     run("");
     run("   \t");
     run("  # error P 1 110 3");
@@ -165,7 +165,7 @@ TEST_F(Interpreter, skips_empty_lines_and_comments) {
     EXPECT_EQ(m_service.model().newest_event(), 0U);
 }
 
-TEST_F(Interpreter, names_the_place_and_the_usage_of_a_bad_line) {
+TEST_F(Interpreter, NamesThePlaceAndTheUsageOfABadLine) {
     run("error P 1");
     EXPECT_EQ(
         last_complaint(),
@@ -180,7 +180,7 @@ TEST_F(Interpreter, names_the_place_and_the_usage_of_a_bad_line) {
     EXPECT_EQ(last_complaint(), "stdin:1: missing command after the time");
 }
 
-TEST_F(Interpreter, lets_a_line_wait_for_its_time) {
+TEST_F(Interpreter, LetsALineWaitForItsTime) {
     run("+30ms error P late 110 3");
     run("+1ms error P early 110 3");
     EXPECT_TRUE(open_errors().empty());
@@ -189,7 +189,7 @@ TEST_F(Interpreter, lets_a_line_wait_for_its_time) {
     EXPECT_EQ(open_errors()[0].error.job, "early");
 }
 
-TEST_F(Interpreter, does_not_keep_a_line_waiting_for_a_later_one) {
+TEST_F(Interpreter, DoesNotKeepALineWaitingForALaterOne) {
     run("+20min error P late 110 3");
     run("+1ms error P early 110 3");
     ASSERT_TRUE(wait_until([this] {
@@ -199,7 +199,7 @@ TEST_F(Interpreter, does_not_keep_a_line_waiting_for_a_later_one) {
     EXPECT_EQ(open_errors()[0].error.job, "early");
 }
 
-TEST_F(Interpreter, plays_a_scenario_in_the_order_of_its_times) {
+TEST_F(Interpreter, PlaysAScenarioInTheOrderOfItsTimes) {
     const auto start = Timeline::Clock::now();
     play("# a comment\n"
          "error P first 110 3\n"
@@ -219,7 +219,7 @@ TEST_F(Interpreter, plays_a_scenario_in_the_order_of_its_times) {
     EXPECT_TRUE(m_complaints.empty());
 }
 
-TEST_F(Interpreter, names_all_bad_lines_of_a_scenario_and_can_play_the_others) {
+TEST_F(Interpreter, NamesAllBadLinesOfAScenarioAndCanPlayTheOthers) {
     const Scenario scenario =
         m_interpreter.read_scenario("bogus\nerror P 1 110 3\n+x list\n", "file");
     EXPECT_EQ(scenario.bad_lines, 2U);
@@ -232,7 +232,7 @@ TEST_F(Interpreter, names_all_bad_lines_of_a_scenario_and_can_play_the_others) {
     EXPECT_EQ(open_errors().size(), 1U);
 }
 
-TEST_F(Interpreter, lets_the_lines_after_an_expectation_wait_for_it) {
+TEST_F(Interpreter, LetsTheLinesAfterAnExpectationWaitForIt) {
     play("error P 1 110 3\n"
          "expect command retry P 1 within 20min\n"
          "expect status within 20min\n"
@@ -267,7 +267,7 @@ TEST_F(Interpreter, lets_the_lines_after_an_expectation_wait_for_it) {
     EXPECT_EQ(m_told.size(), 3U);
 }
 
-TEST_F(Interpreter, does_not_wait_for_an_expectation_that_is_typed) {
+TEST_F(Interpreter, DoesNotWaitForAnExpectationThatIsTyped) {
     run("expect command retry P 1 within 20min");
     run("error P 2 110 3");
     EXPECT_EQ(open_errors().size(), 1U);
@@ -277,7 +277,7 @@ TEST_F(Interpreter, does_not_wait_for_an_expectation_that_is_typed) {
     EXPECT_EQ(m_expectations.missed(), 0U);
 }
 
-TEST_F(Interpreter, repeats_a_command_with_its_number) {
+TEST_F(Interpreter, RepeatsACommandWithItsNumber) {
     run("repeat 3 error P{n} job-{n} 110 3 \"text {n}\"");
     ASSERT_EQ(open_errors().size(), 3U);
     EXPECT_EQ(open_errors()[2].error.printer, "P3");
@@ -285,14 +285,14 @@ TEST_F(Interpreter, repeats_a_command_with_its_number) {
     EXPECT_EQ(open_errors()[2].error.text, "text 3");
 }
 
-TEST_F(Interpreter, repeats_a_command_in_intervals) {
+TEST_F(Interpreter, RepeatsACommandInIntervals) {
     run("repeat 3 every 10ms error P job-{n} 110 3");
     EXPECT_EQ(open_errors().size(), 1U);
     run_until_drained();
     EXPECT_EQ(open_errors().size(), 3U);
 }
 
-TEST_F(Interpreter, repeats_a_command_without_end) {
+TEST_F(Interpreter, RepeatsACommandWithoutEnd) {
     run("repeat forever every 1ms error P job-{n} 110 3");
     EXPECT_TRUE(m_timeline.empty()) << "nobody waits for what never ends";
     EXPECT_TRUE(wait_until([this] {
@@ -304,14 +304,14 @@ TEST_F(Interpreter, repeats_a_command_without_end) {
     EXPECT_NE(last_complaint().find("\"forever\" needs \"every\" and a time"), std::string::npos);
 }
 
-TEST_F(Interpreter, finds_a_bad_repeated_command_at_once) {
+TEST_F(Interpreter, FindsABadRepeatedCommandAtOnce) {
     run("repeat 3 bogus");
     EXPECT_NE(last_complaint().find("unknown command \"bogus\""), std::string::npos);
     run("repeat x list");
     EXPECT_NE(last_complaint().find("bad count \"x\""), std::string::npos);
 }
 
-TEST_F(Interpreter, sets_and_ends_a_fault) {
+TEST_F(Interpreter, SetsAndEndsAFault) {
     run("fault cut 12 times 3");
     EXPECT_EQ(m_service.faults().description(), "cut 12 times 3");
     run("fault none");
@@ -320,7 +320,7 @@ TEST_F(Interpreter, sets_and_ends_a_fault) {
     EXPECT_NE(last_complaint().find("unknown fault \"bogus\"; usage: fault"), std::string::npos);
 }
 
-TEST_F(Interpreter, turns_retelling_off_and_on) {
+TEST_F(Interpreter, TurnsRetellingOffAndOn) {
     run("retell off");
     EXPECT_FALSE(m_service.model().is_retelling());
     run("retell on");
@@ -331,7 +331,7 @@ TEST_F(Interpreter, turns_retelling_off_and_on) {
     EXPECT_NE(last_complaint().find("missing on or off"), std::string::npos);
 }
 
-TEST_F(Interpreter, sets_the_time_for_which_requests_are_held) {
+TEST_F(Interpreter, SetsTheTimeForWhichRequestsAreHeld) {
     run("hold 2s");
     EXPECT_EQ(m_service.hold().count(), 2000);
     run("hold 0");
@@ -340,14 +340,14 @@ TEST_F(Interpreter, sets_the_time_for_which_requests_are_held) {
     EXPECT_EQ(last_complaint(), "stdin:1: bad time \"on\"; usage: hold TIME");
 }
 
-TEST_F(Interpreter, sets_the_time_after_which_commands_are_carried_out) {
+TEST_F(Interpreter, SetsTheTimeAfterWhichCommandsAreCarriedOut) {
     run("carry-out 600ms");
     EXPECT_EQ(m_service.carry_out().count(), 600);
     run("carry-out");
     EXPECT_EQ(last_complaint(), "stdin:1: missing TIME; usage: carry-out TIME");
 }
 
-TEST_F(Interpreter, lists_open_errors_so_that_they_can_be_typed_again) {
+TEST_F(Interpreter, ListsOpenErrorsSoThatTheyCanBeTypedAgain) {
     run(R"(error "a b" "\xff" 110 3 "x\ty")");
     run("list");
     ASSERT_EQ(m_answers.size(), 2U);
@@ -359,7 +359,7 @@ TEST_F(Interpreter, lists_open_errors_so_that_they_can_be_typed_again) {
                             "retell=on hold_ms=0 carry_out_ms=0");
 }
 
-TEST_F(Interpreter, helps_with_one_command) {
+TEST_F(Interpreter, HelpsWithOneCommand) {
     run("help error");
     ASSERT_GE(m_answers.size(), 3U);
     EXPECT_EQ(m_answers[0], "  error PRINTER JOB CODE SEVERITY [service-code=CODE] [TEXT]");
@@ -370,7 +370,7 @@ TEST_F(Interpreter, helps_with_one_command) {
     EXPECT_NE(last_complaint().find("unexpected \"clear\""), std::string::npos);
 }
 
-TEST_F(Interpreter, helps_with_every_fault) {
+TEST_F(Interpreter, HelpsWithEveryFault) {
     run("help fault");
     for (const FaultWord& word : fault_words()) {
         const auto usage =
@@ -380,7 +380,7 @@ TEST_F(Interpreter, helps_with_every_fault) {
     }
 }
 
-TEST_F(Interpreter, quits) {
+TEST_F(Interpreter, Quits) {
     run("quit");
     EXPECT_TRUE(m_quit);
 }

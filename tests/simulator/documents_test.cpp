@@ -7,7 +7,7 @@
 namespace printer_simulator::test {
 namespace {
 
-TEST(StatusDocument, holds_every_field_of_the_error) {
+TEST(StatusDocument, HoldsEveryFieldOfTheError) {
     const std::string text =
         status_document(EventKind::show, {"P", "J", "110", "3", "text", "S"}, 42);
     EXPECT_EQ(element(text, "PrinterName"), "P");
@@ -21,19 +21,19 @@ TEST(StatusDocument, holds_every_field_of_the_error) {
     EXPECT_NE(text.find("<PrinterStatus>"), std::string::npos);
 }
 
-TEST(StatusDocument, of_a_withdrawal_has_its_own_root) {
+TEST(StatusDocument, OfAWithdrawalHasItsOwnRoot) {
     const std::string text = status_document(EventKind::remove, {"P", "J", "", "", "", ""}, 1);
     EXPECT_NE(text.find("<RemovePrinterError>"), std::string::npos);
     EXPECT_EQ(element(text, "PrinterState"), "Ready");
 }
 
-TEST(StatusDocument, escapes_markup_and_copies_other_bytes) {
+TEST(StatusDocument, EscapesMarkupAndCopiesOtherBytes) {
     const std::string text =
         status_document(EventKind::show, {"\"'<>&\r\n\xff", "", "", "", "", ""}, 1);
     EXPECT_EQ(element(text, "PrinterName"), "&quot;&apos;&lt;&gt;&amp;&#13;\n\xff");
 }
 
-TEST(ParseJobCommand, reads_every_field) {
+TEST(ParseJobCommand, ReadsEveryField) {
     const auto command = parse_job_command(job_command("A &amp; B", "17", "110", ACTION_RETRY));
     ASSERT_TRUE(command);
     EXPECT_EQ(command->printer, "A & B");
@@ -42,7 +42,7 @@ TEST(ParseJobCommand, reads_every_field) {
     EXPECT_EQ(command->action, ACTION_RETRY);
 }
 
-TEST(ParseJobCommand, keeps_blanks_around_texts) {
+TEST(ParseJobCommand, KeepsBlanksAroundTexts) {
     const auto command = parse_job_command(job_command("  two  ", " ", "", -1));
     ASSERT_TRUE(command);
     EXPECT_EQ(command->printer, "  two  ");
@@ -50,7 +50,7 @@ TEST(ParseJobCommand, keeps_blanks_around_texts) {
     EXPECT_EQ(command->error_code, "");
 }
 
-TEST(ParseJobCommand, refuses_what_is_not_a_command) {
+TEST(ParseJobCommand, RefusesWhatIsNotACommand) {
     const char* const texts[] = {
         "",
         "hello",
@@ -65,21 +65,21 @@ TEST(ParseJobCommand, refuses_what_is_not_a_command) {
     }
 }
 
-TEST(ActionName, knows_the_three_actions) {
+TEST(ActionName, KnowsTheThreeActions) {
     EXPECT_EQ(action_name(100), "cancel");
     EXPECT_EQ(action_name(101), "resume");
     EXPECT_EQ(action_name(102), "retry");
     EXPECT_EQ(action_name(103), "unknown");
 }
 
-TEST(IdleDocument, gives_its_number_back) {
+TEST(IdleDocument, GivesItsNumberBack) {
     EXPECT_EQ(idle_document_after(0), idle_document());
     for (const std::uint64_t number : {0ULL, 1ULL, 42ULL, 18446744073709551615ULL}) {
         EXPECT_EQ(idle_document_position(idle_document_after(number)), number);
     }
 }
 
-TEST(IdleDocument, has_no_number_when_it_is_another_text) {
+TEST(IdleDocument, HasNoNumberWhenItIsAnotherText) {
     const std::string seven = idle_document_after(7);
     EXPECT_FALSE(idle_document_position(""));
     EXPECT_FALSE(idle_document_position(seven + " "));

@@ -5,7 +5,7 @@
 namespace printer_simulator {
 namespace {
 
-TEST(EventHistory, is_empty_at_first) {
+TEST(EventHistory, IsEmptyAtFirst) {
     EventHistory history;
     EXPECT_EQ(history.next_number(), 1U);
     EXPECT_FALSE(history.newest());
@@ -13,7 +13,7 @@ TEST(EventHistory, is_empty_at_first) {
     EXPECT_FALSE(history.position_of("x"));
 }
 
-TEST(EventHistory, keeps_only_the_last_events) {
+TEST(EventHistory, KeepsOnlyTheLastEvents) {
     EventHistory history(3);
     for (const char* text : {"a", "b", "c", "d", "e"}) {
         history.append(text, false);
@@ -24,7 +24,7 @@ TEST(EventHistory, keeps_only_the_last_events) {
     EXPECT_EQ(history.position_of("c"), 3U);
 }
 
-TEST(EventHistory, keeps_a_pinned_event_whatever_its_age) {
+TEST(EventHistory, KeepsAPinnedEventWhateverItsAge) {
     EventHistory history(2);
     history.append("pinned", true);
     for (const char* text : {"b", "c", "d", "e"}) {
@@ -38,7 +38,7 @@ TEST(EventHistory, keeps_a_pinned_event_whatever_its_age) {
     EXPECT_FALSE(history.position_of("pinned"));
 }
 
-TEST(EventHistory, keeps_a_young_event_after_its_pin_is_gone) {
+TEST(EventHistory, KeepsAYoungEventAfterItsPinIsGone) {
     EventHistory history(2);
     history.append("a", true);
     history.append("b", false);
@@ -48,7 +48,7 @@ TEST(EventHistory, keeps_a_young_event_after_its_pin_is_gone) {
     EXPECT_FALSE(history.find(1));
 }
 
-TEST(EventHistory, keeps_an_equal_text_as_long_as_one_of_its_events) {
+TEST(EventHistory, KeepsAnEqualTextAsLongAsOneOfItsEvents) {
     EventHistory history(2);
     history.append("same", false);
     history.append("same", false);
@@ -59,7 +59,7 @@ TEST(EventHistory, keeps_an_equal_text_as_long_as_one_of_its_events) {
     EXPECT_FALSE(history.position_of("same"));
 }
 
-TEST(EventHistory, takes_a_text_for_the_event_as_which_it_was_last_sent) {
+TEST(EventHistory, TakesATextForTheEventAsWhichItWasLastSent) {
     EventHistory history;
     history.append("same", false);
     history.append("other", false);
@@ -69,7 +69,7 @@ TEST(EventHistory, takes_a_text_for_the_event_as_which_it_was_last_sent) {
     EXPECT_EQ(history.position_of("same"), 3U);
 }
 
-TEST(EventHistory, remembers_only_a_few_aliases) {
+TEST(EventHistory, RemembersOnlyAFewAliases) {
     EventHistory history;
     history.append("event", false);
     for (int i = 0; i < 100; ++i) {
@@ -79,7 +79,7 @@ TEST(EventHistory, remembers_only_a_few_aliases) {
     EXPECT_EQ(history.position_of("alias 99"), 1U);
 }
 
-TEST(EventHistory, forgets_the_empty_alias_once_used) {
+TEST(EventHistory, ForgetsTheEmptyAliasOnceUsed) {
     EventHistory history;
     history.append("event", false);
     history.alias("", 1);

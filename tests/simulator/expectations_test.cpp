@@ -51,7 +51,7 @@ private:
     }
 };
 
-TEST_F(ExpectationsTest, are_met_by_the_very_command) {
+TEST_F(ExpectationsTest, AreMetByTheVeryCommand) {
     begin("command retry 'Front Desk' 17 within 20min");
     command(ACTION_CANCEL, "Front Desk", "17");
     command(ACTION_RETRY, "Front", "Desk 17");
@@ -69,7 +69,7 @@ TEST_F(ExpectationsTest, are_met_by_the_very_command) {
     EXPECT_EQ(m_expectations.missed(), 0U);
 }
 
-TEST_F(ExpectationsTest, say_what_came_instead_when_they_are_missed) {
+TEST_F(ExpectationsTest, SayWhatCameInsteadWhenTheyAreMissed) {
     begin("command retry P 1 within 30ms");
     command(ACTION_CANCEL, "P", "1");
     command(7, "P \"x\"", "1");
@@ -86,7 +86,7 @@ TEST_F(ExpectationsTest, say_what_came_instead_when_they_are_missed) {
     EXPECT_EQ(m_expectations.missed(), 1U);
 }
 
-TEST_F(ExpectationsTest, count_what_is_too_much_to_show) {
+TEST_F(ExpectationsTest, CountWhatIsTooMuchToShow) {
     begin("command retry P 1 within 20ms");
     for (int i = 0; i < 12; ++i) {
         command(ACTION_CANCEL, "P", "1");
@@ -98,7 +98,7 @@ TEST_F(ExpectationsTest, count_what_is_too_much_to_show) {
     EXPECT_EQ(last("came"), "nothing");
 }
 
-TEST_F(ExpectationsTest, are_met_by_one_command_each_the_oldest_first) {
+TEST_F(ExpectationsTest, AreMetByOneCommandEachTheOldestFirst) {
     begin("command retry P 1 within 20min");
     begin("command retry P 1 within 20min");
     command(ACTION_RETRY, "P", "1");
@@ -108,7 +108,7 @@ TEST_F(ExpectationsTest, are_met_by_one_command_each_the_oldest_first) {
     EXPECT_EQ(last("where"), "line 2");
 }
 
-TEST_F(ExpectationsTest, of_no_command_are_missed_at_the_first_one) {
+TEST_F(ExpectationsTest, OfNoCommandAreMissedAtTheFirstOne) {
     begin("no command for 20min");
     status();
     EXPECT_TRUE(m_told.empty());
@@ -119,7 +119,7 @@ TEST_F(ExpectationsTest, of_no_command_are_missed_at_the_first_one) {
     EXPECT_TRUE(drained());
 }
 
-TEST_F(ExpectationsTest, of_no_command_are_met_by_silence_and_by_what_others_expect) {
+TEST_F(ExpectationsTest, OfNoCommandAreMetBySilenceAndByWhatOthersExpect) {
     begin("no command for 30ms");
     begin("command retry P 1 within 20min");
     command(ACTION_RETRY, "P", "1");
@@ -130,7 +130,7 @@ TEST_F(ExpectationsTest, of_no_command_are_met_by_silence_and_by_what_others_exp
     EXPECT_GE(std::stoi(last("after_ms")), 30);
 }
 
-TEST_F(ExpectationsTest, of_a_status_are_all_met_by_the_next_one) {
+TEST_F(ExpectationsTest, OfAStatusAreAllMetByTheNextOne) {
     begin("status within 20min");
     begin("status within 20min");
     command(ACTION_RETRY, "P", "1");
@@ -141,7 +141,7 @@ TEST_F(ExpectationsTest, of_a_status_are_all_met_by_the_next_one) {
     EXPECT_EQ(m_told.size(), 2U);
 }
 
-TEST_F(ExpectationsTest, are_missed_when_they_still_wait_at_the_end) {
+TEST_F(ExpectationsTest, AreMissedWhenTheyStillWaitAtTheEnd) {
     begin("status within 20min");
     begin("no command for 20min");
     m_expectations.end();
@@ -149,7 +149,7 @@ TEST_F(ExpectationsTest, are_missed_when_they_still_wait_at_the_end) {
     EXPECT_EQ(m_told.size(), 2U);
 }
 
-TEST(Expectation, describes_itself_in_the_words_that_give_it_again) {
+TEST(Expectation, DescribesItselfInTheWordsThatGiveItAgain) {
     for (const char* words :
          {R"(command retry "Front Desk" "17" within 500ms)", R"(command 103 "\377" "" within 1ms)",
           "no command for 1000ms", "status within 0ms"}) {
@@ -157,7 +157,7 @@ TEST(Expectation, describes_itself_in_the_words_that_give_it_again) {
     }
 }
 
-TEST(ParseExpectationWords, refuses_what_makes_no_sense) {
+TEST(ParseExpectationWords, RefusesWhatMakesNoSense) {
     for (const char* words :
          {"", "bogus", "command", "command retry P 1", "command retry P 1 within",
           "command retry P 1 within x", "command retry P 1 for 1s", "command bogus P 1 within 1s",

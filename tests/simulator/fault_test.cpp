@@ -23,13 +23,13 @@ SpoiledReply spoiled(std::string_view words) {
     return spoiled_reply(fault_of(words), TEXT, random);
 }
 
-TEST(SpoiledReply, is_the_proper_one_without_a_fault) {
+TEST(SpoiledReply, IsTheProperOneWithoutAFault) {
     const SpoiledReply reply = spoiled("none");
     EXPECT_EQ(reply.plan.bytes, framed(TEXT));
     EXPECT_EQ(reply.delivery, SpoiledReply::Delivery::whole);
 }
 
-TEST(SpoiledReply, is_cut_at_every_offset) {
+TEST(SpoiledReply, IsCutAtEveryOffset) {
     for (std::size_t size = 0; size < framed(TEXT).size(); ++size) {
         const SpoiledReply reply = spoiled("cut " + std::to_string(size));
         EXPECT_EQ(reply.plan.bytes, framed(TEXT).substr(0, size));
@@ -38,7 +38,7 @@ TEST(SpoiledReply, is_cut_at_every_offset) {
     EXPECT_EQ(spoiled("cut 1000").delivery, SpoiledReply::Delivery::whole);
 }
 
-TEST(SpoiledReply, lies_about_its_length) {
+TEST(SpoiledReply, LiesAboutItsLength) {
     const SpoiledReply longer = spoiled("lie 18446744073709551615 hold");
     EXPECT_EQ(longer.plan.bytes, std::string(8, '\xff') + std::string(TEXT));
     EXPECT_EQ(longer.delivery, SpoiledReply::Delivery::failed);
@@ -49,7 +49,7 @@ TEST(SpoiledReply, lies_about_its_length) {
     EXPECT_FALSE(shorter.plan.hold_open);
 }
 
-TEST(SpoiledReply, is_garbage_with_or_without_a_frame) {
+TEST(SpoiledReply, IsGarbageWithOrWithoutAFrame) {
     const SpoiledReply framed_garbage = spoiled("garbage 100");
     EXPECT_EQ(decoded_prefix(framed_garbage.plan.bytes), 100U);
     EXPECT_EQ(framed_garbage.plan.bytes.size(), 108U);
@@ -57,28 +57,28 @@ TEST(SpoiledReply, is_garbage_with_or_without_a_frame) {
     EXPECT_EQ(spoiled("garbage").plan.bytes.size(), 72U);
 }
 
-TEST(SpoiledReply, is_as_big_as_wanted) {
+TEST(SpoiledReply, IsAsBigAsWanted) {
     const SpoiledReply reply = spoiled("big 100K");
     EXPECT_EQ(reply.text.size(), 102400U);
     EXPECT_EQ(reply.text.substr(0, TEXT.size()), TEXT);
     EXPECT_EQ(reply.plan.bytes, framed(reply.text));
 }
 
-TEST(SpoiledReply, is_late_slow_empty_or_withheld) {
+TEST(SpoiledReply, IsLateSlowEmptyOrWithheld) {
     EXPECT_EQ(spoiled("delay 2s").plan.delay.count(), 2000);
     EXPECT_EQ(spoiled("trickle 3").plan.byte_interval->count(), 3);
     EXPECT_EQ(spoiled("empty").plan.bytes, std::string(8, '\0'));
     EXPECT_TRUE(spoiled("silent").plan.withheld);
 }
 
-TEST(SpoiledReply, is_a_reset_that_brings_nothing) {
+TEST(SpoiledReply, IsAResetThatBringsNothing) {
     const SpoiledReply reply = spoiled("reset");
     EXPECT_TRUE(reply.plan.reset);
     EXPECT_EQ(reply.plan.bytes, "");
     EXPECT_EQ(reply.delivery, SpoiledReply::Delivery::failed);
 }
 
-TEST(Fault, describes_itself_in_the_words_that_give_it_again) {
+TEST(Fault, DescribesItselfInTheWordsThatGiveItAgain) {
     for (const char* words :
          {"none", "none on status", "refuse", "garbage 64 on status 1 in 5 seed 7 times 2",
           "reset 1 in 3 seed 1", "reset on commands times 2", "silent on status", "delay 5 times 3",
@@ -99,7 +99,7 @@ std::string effect(const SpoiledReply& reply) {
     return out;
 }
 
-TEST(FaultWords, have_each_an_effect_of_their_own) {
+TEST(FaultWords, HaveEachAnEffectOfTheirOwn) {
     const std::map<std::string_view, std::string> effects = {
         {"big", "other"},           {"cut", "other"},
         {"delay", "proper late"},   {"empty", "other"},
@@ -118,7 +118,7 @@ TEST(FaultWords, have_each_an_effect_of_their_own) {
     EXPECT_EQ(effects.size(), fault_words().size());
 }
 
-TEST(FaultWords, stand_in_the_order_of_the_alphabet_and_begin_their_usage) {
+TEST(FaultWords, StandInTheOrderOfTheAlphabetAndBeginTheirUsage) {
     const auto words = fault_words();
     EXPECT_TRUE(std::is_sorted(words.begin(), words.end(),
                                [](const auto& a, const auto& b) { return a.name < b.name; }));
@@ -128,12 +128,12 @@ TEST(FaultWords, stand_in_the_order_of_the_alphabet_and_begin_their_usage) {
     }
 }
 
-TEST(ParseFaultWords, does_not_take_a_share_for_a_size) {
+TEST(ParseFaultWords, DoesNotTakeAShareForASize) {
     EXPECT_EQ(fault_of("garbage 1 in 5").description(), "garbage 64 1 in 5 seed 1");
     EXPECT_EQ(fault_of("garbage 1 1 in 5").description(), "garbage 1 1 in 5 seed 1");
 }
 
-TEST(ParseFaultWords, refuses_what_makes_no_sense) {
+TEST(ParseFaultWords, RefusesWhatMakesNoSense) {
     for (const char* words : {"",
                               "bogus",
                               "cut",

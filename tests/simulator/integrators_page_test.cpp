@@ -61,7 +61,7 @@ protected:
     std::map<std::string, std::string> m_files = files_of_the_page();
 };
 
-TEST_F(IntegratorsPage, has_a_check_that_passes_with_its_client) {
+TEST_F(IntegratorsPage, HasACheckThatPassesWithItsClient) {
     for (const char* name : {"retry.scenario", "client.py", "check.sh"}) {
         ASSERT_TRUE(m_files.contains(name)) << name;
         write(name, m_files[name]);
@@ -71,7 +71,7 @@ TEST_F(IntegratorsPage, has_a_check_that_passes_with_its_client) {
         << output();
 }
 
-TEST_F(IntegratorsPage, has_a_check_that_fails_with_a_client_that_never_answers) {
+TEST_F(IntegratorsPage, HasACheckThatFailsWithAClientThatNeverAnswers) {
     std::string scenario = m_files["retry.scenario"];
     std::string client = m_files["client.py"];
     const std::string patience = "within 10s\n";
@@ -93,7 +93,7 @@ TEST_F(IntegratorsPage, has_a_check_that_fails_with_a_client_that_never_answers)
     EXPECT_NE(output().find(" status requests\""), std::string::npos) << output();
 }
 
-TEST_F(IntegratorsPage, has_a_check_that_fails_with_a_bad_scenario) {
+TEST_F(IntegratorsPage, HasACheckThatFailsWithABadScenario) {
     write("retry.scenario", "expect nothing\n" + m_files["retry.scenario"]);
     write("client.py", m_files["client.py"]);
     write("check.sh", m_files["check.sh"]);

@@ -66,7 +66,7 @@ std::vector<Entry> entries(const std::string& section) {
     return found;
 }
 
-TEST(ManualPage, tells_of_every_fault_what_help_tells) {
+TEST(ManualPage, TellsOfEveryFaultWhatHelpTells) {
     const std::vector<Entry> told = entries("FAULTS");
     ASSERT_EQ(told.size(), fault_words().size());
     for (std::size_t i = 0; i < told.size(); ++i) {
@@ -76,7 +76,7 @@ TEST(ManualPage, tells_of_every_fault_what_help_tells) {
     }
 }
 
-TEST(ManualPage, shows_the_usage_of_every_command) {
+TEST(ManualPage, ShowsTheUsageOfEveryCommand) {
     std::vector<std::string> answers;
     PrinterService service;
     Timeline timeline(nullptr);

@@ -5,7 +5,7 @@
 namespace printer_simulator {
 namespace {
 
-TEST(EscapedText, keeps_printable_ascii_and_escapes_all_else) {
+TEST(EscapedText, KeepsPrintableAsciiAndEscapesAllElse) {
     EXPECT_EQ(escaped_text(" ~azAZ09'"), " ~azAZ09'");
     EXPECT_EQ(escaped_text("\n\r\t\"\\"), R"(\n\r\t\"\\)");
     EXPECT_EQ(escaped_text("\x1f\x7f\x80\xff"), R"(\037\177\200\377)");
@@ -15,13 +15,13 @@ TEST(EscapedText, keeps_printable_ascii_and_escapes_all_else) {
               R"(\0001)");
 }
 
-TEST(Occurrence, is_written_as_words_and_named_values) {
+TEST(Occurrence, IsWrittenAsWordsAndNamedValues) {
     Occurrence occurrence("request command");
     occurrence.number("size", 7).word("known", "yes").text("printer", "a \"b\"\n");
     EXPECT_EQ(occurrence.line(), R"(request command size=7 known=yes printer="a \"b\"\n")");
 }
 
-TEST(Occurrence, gives_its_values_unescaped) {
+TEST(Occurrence, GivesItsValuesUnescaped) {
     Occurrence occurrence("x");
     occurrence.text("text", "\xff").number("n", 3);
     EXPECT_EQ(occurrence.value("text"), "\xff");
@@ -31,7 +31,7 @@ TEST(Occurrence, gives_its_values_unescaped) {
     EXPECT_FALSE(occurrence.has("other"));
 }
 
-TEST(Occurrence, is_routine_only_when_marked) {
+TEST(Occurrence, IsRoutineOnlyWhenMarked) {
     EXPECT_FALSE(Occurrence("x").is_routine());
     EXPECT_TRUE(Occurrence("x").routine().is_routine());
     EXPECT_FALSE(Occurrence("x").routine(false).is_routine());

@@ -32,7 +32,7 @@ CommandOutcome execute(PrinterModel& model, const JobCommand& command) {
     return model.execute(command, model.subject_of(command));
 }
 
-TEST(PrinterModel, gives_the_idle_document_before_any_event) {
+TEST(PrinterModel, GivesTheIdleDocumentBeforeAnyEvent) {
     PrinterModel model;
     const StatusReply reply = model.choose_reply("");
     EXPECT_EQ(reply.text, idle_document());
@@ -41,7 +41,7 @@ TEST(PrinterModel, gives_the_idle_document_before_any_event) {
     EXPECT_EQ(reply.text.find("PrinterName"), std::string::npos);
 }
 
-TEST(PrinterModel, gives_every_event_once_and_then_the_newest_again) {
+TEST(PrinterModel, GivesEveryEventOnceAndThenTheNewestAgain) {
     PrinterModel model;
     Poller poller(model);
     poller.poll();
@@ -59,7 +59,7 @@ TEST(PrinterModel, gives_every_event_once_and_then_the_newest_again) {
     EXPECT_NE(again.text.find("<RemovePrinterError>"), std::string::npos);
 }
 
-TEST(PrinterModel, tells_every_event_once_when_it_does_not_retell) {
+TEST(PrinterModel, TellsEveryEventOnceWhenItDoesNotRetell) {
     PrinterModel model;
     model.set_retelling(false);
     Poller poller(model);
@@ -81,7 +81,7 @@ TEST(PrinterModel, tells_every_event_once_when_it_does_not_retell) {
     EXPECT_EQ(poller.poll().event, 0U);
 }
 
-TEST(PrinterModel, starts_a_new_client_at_the_oldest_open_error_when_it_does_not_retell) {
+TEST(PrinterModel, StartsANewClientAtTheOldestOpenErrorWhenItDoesNotRetell) {
     PrinterModel model;
     model.set_retelling(false);
     model.publish_error(RIBBON);
@@ -100,7 +100,7 @@ TEST(PrinterModel, starts_a_new_client_at_the_oldest_open_error_when_it_does_not
     EXPECT_EQ(late.poll().event, 5U);
 }
 
-TEST(PrinterModel, takes_the_place_of_an_earlier_run_for_none) {
+TEST(PrinterModel, TakesThePlaceOfAnEarlierRunForNone) {
     PrinterModel model;
     model.set_retelling(false);
     model.publish_error(RIBBON);
@@ -110,7 +110,7 @@ TEST(PrinterModel, takes_the_place_of_an_earlier_run_for_none) {
     EXPECT_EQ(model.choose_reply(idle_document_after(1)).quoted, Quoted::known);
 }
 
-TEST(PrinterModel, keeps_the_place_of_a_client_that_gets_a_padded_nothing) {
+TEST(PrinterModel, KeepsThePlaceOfAClientThatGetsAPaddedNothing) {
     PrinterModel model;
     model.set_retelling(false);
     Poller poller(model);
@@ -123,7 +123,7 @@ TEST(PrinterModel, keeps_the_place_of_a_client_that_gets_a_padded_nothing) {
     EXPECT_EQ(model.choose_reply(nothing.text + "<!--   -->").event, 2U);
 }
 
-TEST(PrinterModel, starts_a_new_client_at_the_oldest_open_error) {
+TEST(PrinterModel, StartsANewClientAtTheOldestOpenError) {
     PrinterModel model;
     model.publish_error(RIBBON);
     model.publish_error(CARD);
@@ -133,14 +133,14 @@ TEST(PrinterModel, starts_a_new_client_at_the_oldest_open_error) {
     EXPECT_EQ(reply.quoted, Quoted::none);
 }
 
-TEST(PrinterModel, starts_a_new_client_at_the_newest_event_when_no_error_is_open) {
+TEST(PrinterModel, StartsANewClientAtTheNewestEventWhenNoErrorIsOpen) {
     PrinterModel model;
     model.publish_error(RIBBON);
     model.clear_all();
     EXPECT_EQ(model.choose_reply("").event, 2U);
 }
 
-TEST(PrinterModel, leaves_no_withdrawal_out_for_a_client_that_lost_a_reply) {
+TEST(PrinterModel, LeavesNoWithdrawalOutForAClientThatLostAReply) {
     PrinterModel model;
     model.publish_error(RIBBON);
     const auto quoted = model.choose_reply("");
@@ -151,7 +151,7 @@ TEST(PrinterModel, leaves_no_withdrawal_out_for_a_client_that_lost_a_reply) {
     EXPECT_EQ(model.choose_reply("").event, 2U) << "not at once the error that is open";
 }
 
-TEST(PrinterModel, treats_an_unknown_quoted_text_like_none) {
+TEST(PrinterModel, TreatsAnUnknownQuotedTextLikeNone) {
     PrinterModel model;
     model.publish_error(RIBBON);
     model.publish_error(CARD);
@@ -160,7 +160,7 @@ TEST(PrinterModel, treats_an_unknown_quoted_text_like_none) {
     EXPECT_EQ(reply.quoted, Quoted::unknown);
 }
 
-TEST(PrinterModel, gives_the_first_event_to_a_client_that_quotes_the_idle_document) {
+TEST(PrinterModel, GivesTheFirstEventToAClientThatQuotesTheIdleDocument) {
     PrinterModel model;
     Poller poller(model);
     poller.poll();
@@ -170,7 +170,7 @@ TEST(PrinterModel, gives_the_first_event_to_a_client_that_quotes_the_idle_docume
     EXPECT_EQ(poller.poll().event, 2U);
 }
 
-TEST(PrinterModel, neither_loses_nor_repeats_events_with_equal_texts) {
+TEST(PrinterModel, NeitherLosesNorRepeatsEventsWithEqualTexts) {
     PrinterModel model;
     Poller poller(model);
     poller.poll();
@@ -182,7 +182,7 @@ TEST(PrinterModel, neither_loses_nor_repeats_events_with_equal_texts) {
     }
 }
 
-TEST(PrinterModel, passes_an_empty_text_although_the_next_request_quotes_nothing) {
+TEST(PrinterModel, PassesAnEmptyTextAlthoughTheNextRequestQuotesNothing) {
     PrinterModel model;
     Poller poller(model);
     model.publish_error(RIBBON);
@@ -194,7 +194,7 @@ TEST(PrinterModel, passes_an_empty_text_although_the_next_request_quotes_nothing
     EXPECT_EQ(model.choose_reply("").event, 1U) << "the next client without a quote is a new one";
 }
 
-TEST(PrinterModel, repeats_the_event_after_a_spoiled_reply) {
+TEST(PrinterModel, RepeatsTheEventAfterASpoiledReply) {
     PrinterModel model;
     Poller poller(model);
     poller.poll();
@@ -207,7 +207,7 @@ TEST(PrinterModel, repeats_the_event_after_a_spoiled_reply) {
     EXPECT_EQ(model.choose_reply("noise").event, 2U);
 }
 
-TEST(PrinterModel, knows_a_padded_reply_again) {
+TEST(PrinterModel, KnowsAPaddedReplyAgain) {
     PrinterModel model;
     model.publish_error(RIBBON);
     model.publish_error(CARD);
@@ -216,7 +216,7 @@ TEST(PrinterModel, knows_a_padded_reply_again) {
     EXPECT_EQ(model.choose_reply(reply.text + "<!--   -->").event, 2U);
 }
 
-TEST(PrinterModel, keeps_one_error_for_each_job) {
+TEST(PrinterModel, KeepsOneErrorForEachJob) {
     PrinterModel model;
     model.publish_error(RIBBON);
     PrinterError other = RIBBON;
@@ -227,7 +227,7 @@ TEST(PrinterModel, keeps_one_error_for_each_job) {
     EXPECT_EQ(model.choose_reply("").event, 2U);
 }
 
-TEST(PrinterModel, does_not_mix_up_names_and_job_ids) {
+TEST(PrinterModel, DoesNotMixUpNamesAndJobIds) {
     PrinterModel model;
     model.publish_error({"a", "bc", "110", "3", "", "0"});
     model.publish_error({"ab", "c", "110", "3", "", "0"});
@@ -238,7 +238,7 @@ TEST(PrinterModel, does_not_mix_up_names_and_job_ids) {
 
 class PrinterModelCommand : public testing::TestWithParam<int> {};
 
-TEST_P(PrinterModelCommand, withdraws_the_error) {
+TEST_P(PrinterModelCommand, WithdrawsTheError) {
     PrinterModel model;
     model.publish_error(RIBBON);
     const JobCommand command{"Front Desk", "17", "110", GetParam()};
@@ -254,7 +254,7 @@ TEST_P(PrinterModelCommand, withdraws_the_error) {
 INSTANTIATE_TEST_SUITE_P(actions, PrinterModelCommand,
                          testing::Values(ACTION_CANCEL, ACTION_RESUME, ACTION_RETRY));
 
-TEST(PrinterModel, ignores_a_command_for_an_unknown_job) {
+TEST(PrinterModel, IgnoresACommandForAnUnknownJob) {
     PrinterModel model;
     model.publish_error(RIBBON);
     const JobCommand command{"Front Desk", "18", "110", ACTION_CANCEL};
@@ -263,7 +263,7 @@ TEST(PrinterModel, ignores_a_command_for_an_unknown_job) {
     EXPECT_EQ(model.open_error_count(), 1U);
 }
 
-TEST(PrinterModel, ignores_an_unknown_action) {
+TEST(PrinterModel, IgnoresAnUnknownAction) {
     PrinterModel model;
     model.publish_error(RIBBON);
     const JobCommand command{"Front Desk", "17", "110", 103};
@@ -273,7 +273,7 @@ TEST(PrinterModel, ignores_an_unknown_action) {
     EXPECT_EQ(model.open_error_count(), 1U);
 }
 
-TEST(PrinterModel, carries_a_late_command_out_on_the_error_that_it_was_about) {
+TEST(PrinterModel, CarriesALateCommandOutOnTheErrorThatItWasAbout) {
     PrinterModel model;
     model.publish_error(RIBBON);
     const JobCommand command{"Front Desk", "17", "110", ACTION_RETRY};
@@ -287,7 +287,7 @@ TEST(PrinterModel, carries_a_late_command_out_on_the_error_that_it_was_about) {
     EXPECT_EQ(model.open_error_count(), 2U);
 }
 
-TEST(PrinterModel, lets_a_retried_job_fail_again_as_often_as_planned) {
+TEST(PrinterModel, LetsARetriedJobFailAgainAsOftenAsPlanned) {
     PrinterModel model;
     model.plan_failures("Front Desk", "17", 2, std::chrono::milliseconds(50));
     model.publish_error(RIBBON);
@@ -303,7 +303,7 @@ TEST(PrinterModel, lets_a_retried_job_fail_again_as_often_as_planned) {
     EXPECT_FALSE(execute(model, {"Front Desk", "17", "110", ACTION_RETRY}).fails_again_after);
 }
 
-TEST(PrinterModel, forgets_planned_failures_when_the_job_is_cancelled) {
+TEST(PrinterModel, ForgetsPlannedFailuresWhenTheJobIsCancelled) {
     PrinterModel model;
     model.plan_failures("Front Desk", "17", 2, std::chrono::milliseconds(50));
     model.publish_error(RIBBON);
@@ -312,7 +312,7 @@ TEST(PrinterModel, forgets_planned_failures_when_the_job_is_cancelled) {
     EXPECT_FALSE(execute(model, {"Front Desk", "17", "110", ACTION_RETRY}).fails_again_after);
 }
 
-TEST(PrinterModel, does_not_fail_again_after_everything_was_cleared) {
+TEST(PrinterModel, DoesNotFailAgainAfterEverythingWasCleared) {
     PrinterModel model;
     model.plan_failures("Front Desk", "17", 1, std::chrono::milliseconds(50));
     model.publish_error(RIBBON);
@@ -321,7 +321,7 @@ TEST(PrinterModel, does_not_fail_again_after_everything_was_cleared) {
     EXPECT_FALSE(model.fail_again_now("Front Desk", "17"));
 }
 
-TEST(PrinterModel, clears_all_errors_the_oldest_first) {
+TEST(PrinterModel, ClearsAllErrorsTheOldestFirst) {
     PrinterModel model;
     model.publish_error(CARD);
     model.publish_error(RIBBON);
@@ -331,7 +331,7 @@ TEST(PrinterModel, clears_all_errors_the_oldest_first) {
     EXPECT_EQ(events[1].error.printer, "Front Desk");
 }
 
-TEST(PrinterModel, leads_a_client_through_twenty_thousand_errors) {
+TEST(PrinterModel, LeadsAClientThroughTwentyThousandErrors) {
     PrinterModel model;
     Poller poller(model);
     for (int job = 0; job < 20000; ++job) {

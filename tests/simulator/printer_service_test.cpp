@@ -61,7 +61,7 @@ protected:
     ServiceThread m_service{m_log.observer()};
 };
 
-TEST_F(Service, leads_a_client_through_all_events) {
+TEST_F(Service, LeadsAClientThroughAllEvents) {
     const std::string idle = poll();
     EXPECT_EQ(idle, idle_document());
     publish(RIBBON);
@@ -73,7 +73,7 @@ TEST_F(Service, leads_a_client_through_all_events) {
     EXPECT_EQ(poll(second), second);
 }
 
-TEST_F(Service, answers_an_exchange_beside_silent_connections) {
+TEST_F(Service, AnswersAnExchangeBesideSilentConnections) {
     std::vector<std::unique_ptr<WireClient>> silent;
     for (int i = 0; i < 50; ++i) {
         silent.push_back(std::make_unique<WireClient>(m_service.port()));
@@ -88,7 +88,7 @@ TEST_F(Service, answers_an_exchange_beside_silent_connections) {
     EXPECT_EQ(outcomes, (std::map<std::string, int>{{"served", 1}, {"silent", 51}}));
 }
 
-TEST_F(Service, tells_a_silent_connection_from_a_served_one) {
+TEST_F(Service, TellsASilentConnectionFromAServedOne) {
     auto silent = std::make_unique<WireClient>(m_service.port());
     silent.reset();
     EXPECT_EQ(m_log.wait_for("connection closed").value("outcome"), "silent");
@@ -104,7 +104,7 @@ TEST_F(Service, tells_a_silent_connection_from_a_served_one) {
     EXPECT_EQ(served, 1U);
 }
 
-TEST_F(Service, takes_a_request_in_pieces_of_one_byte) {
+TEST_F(Service, TakesARequestInPiecesOfOneByte) {
     WireClient client(m_service.port());
     for (const char byte : framed(STATUS_REQUEST)) {
         client.send({&byte, 1});
@@ -112,7 +112,7 @@ TEST_F(Service, takes_a_request_in_pieces_of_one_byte) {
     EXPECT_EQ(client.receive_until_closed(), framed(idle_document()));
 }
 
-TEST_F(Service, serves_others_while_one_request_is_incomplete) {
+TEST_F(Service, ServesOthersWhileOneRequestIsIncomplete) {
     WireClient half(m_service.port());
     const std::string frame = framed(STATUS_REQUEST);
     half.send(frame.substr(0, 12));
@@ -121,14 +121,14 @@ TEST_F(Service, serves_others_while_one_request_is_incomplete) {
     EXPECT_EQ(half.receive_until_closed(), framed(idle_document()));
 }
 
-TEST_F(Service, answers_a_client_that_has_shut_down_its_sending_side) {
+TEST_F(Service, AnswersAClientThatHasShutDownItsSendingSide) {
     WireClient client(m_service.port());
     client.send(framed(STATUS_REQUEST));
     client.shut_down_sending();
     EXPECT_EQ(client.receive_until_closed(), framed(idle_document()));
 }
 
-TEST_F(Service, answers_such_a_client_late_as_well) {
+TEST_F(Service, AnswersSuchAClientLateAsWell) {
     set_fault("delay 50ms");
     WireClient client(m_service.port());
     client.send(framed(STATUS_REQUEST));
@@ -136,7 +136,7 @@ TEST_F(Service, answers_such_a_client_late_as_well) {
     EXPECT_EQ(client.receive_until_closed(), framed(idle_document()));
 }
 
-TEST_F(Service, serves_others_while_a_client_does_not_read_its_reply) {
+TEST_F(Service, ServesOthersWhileAClientDoesNotReadItsReply) {
     set_fault("big 64M times 1");
     WireClient slow(m_service.port());
     slow.send(framed(STATUS_REQUEST));
@@ -145,7 +145,7 @@ TEST_F(Service, serves_others_while_a_client_does_not_read_its_reply) {
     EXPECT_EQ(slow.receive_until_closed().size(), PREFIX_SIZE + (64U << 20));
 }
 
-TEST_F(Service, reports_a_connection_that_ends_inside_a_request) {
+TEST_F(Service, ReportsAConnectionThatEndsInsideARequest) {
     {
         WireClient client(m_service.port());
         client.send(framed(STATUS_REQUEST).substr(0, 20));
@@ -155,14 +155,14 @@ TEST_F(Service, reports_a_connection_that_ends_inside_a_request) {
     EXPECT_FALSE(closed.is_routine());
 }
 
-TEST_F(Service, closes_on_a_length_that_cannot_be_meant) {
+TEST_F(Service, ClosesOnALengthThatCannotBeMeant) {
     WireClient client(m_service.port());
     client.send(frame_prefix(UINT64_MAX));
     EXPECT_EQ(client.receive_until_closed(), "");
     EXPECT_EQ(m_log.wait_for("request refused").value("announced"), "18446744073709551615");
 }
 
-TEST_F(Service, takes_a_quoted_text_of_a_mebibyte_with_zero_bytes) {
+TEST_F(Service, TakesAQuotedTextOfAMebibyteWithZeroBytes) {
     std::string text(1 << 20, 'x');
     text[1000] = '\0';
     m_service.call([&](PrinterService& service) { service.publish_raw(text); });
@@ -171,7 +171,7 @@ TEST_F(Service, takes_a_quoted_text_of_a_mebibyte_with_zero_bytes) {
     EXPECT_EQ(element(poll(text), "PrinterName"), "Front Desk");
 }
 
-TEST_F(Service, shows_a_command_with_its_exact_text) {
+TEST_F(Service, ShowsACommandWithItsExactText) {
     publish({"A & \"B\"", "17", "110", "3", "", "0"});
     const std::string request = job_command("A &amp; &quot;B&quot;", "17", "110", ACTION_RETRY);
     EXPECT_EQ(framed_exchange(m_service.port(), request), action_result_document("accepted"));
@@ -185,14 +185,14 @@ TEST_F(Service, shows_a_command_with_its_exact_text) {
     EXPECT_EQ(shown.value("text"), request);
 }
 
-TEST_F(Service, withdraws_the_error_of_a_cancelled_job) {
+TEST_F(Service, WithdrawsTheErrorOfACancelledJob) {
     publish(RIBBON);
     const std::string shown = poll();
     command(ACTION_CANCEL);
     EXPECT_NE(poll(shown).find("<RemovePrinterError>"), std::string::npos);
 }
 
-TEST_F(Service, lets_a_retried_job_fail_again_after_its_time) {
+TEST_F(Service, LetsARetriedJobFailAgainAfterItsTime) {
     publish(RIBBON);
     m_service.call([](PrinterService& service) {
         service.plan_failures("Front Desk", "17", 1, std::chrono::milliseconds(20));
@@ -205,7 +205,7 @@ TEST_F(Service, lets_a_retried_job_fail_again_after_its_time) {
     EXPECT_EQ(m_log.wait_for("event published", 4).value("kind"), "remove");
 }
 
-TEST_F(Service, reports_and_answers_odd_requests) {
+TEST_F(Service, ReportsAndAnswersOddRequests) {
     publish(RIBBON);
     const auto answer = [&](std::string_view request) {
         return element(framed_exchange(m_service.port(), request), "Result");
@@ -220,7 +220,7 @@ TEST_F(Service, reports_and_answers_odd_requests) {
     EXPECT_EQ(element(poll(), "PrinterName"), "Front Desk");
 }
 
-TEST_F(Service, hides_polls_without_news_as_routine) {
+TEST_F(Service, HidesPollsWithoutNewsAsRoutine) {
     publish(RIBBON);
     const std::string first = poll();
     poll(first);
@@ -229,14 +229,14 @@ TEST_F(Service, hides_polls_without_news_as_routine) {
     EXPECT_TRUE(m_log.wait_for("connection opened").is_routine());
 }
 
-TEST_F(Service, refuses_connects_on_request_and_takes_them_again) {
+TEST_F(Service, RefusesConnectsOnRequestAndTakesThemAgain) {
     set_fault("refuse");
     EXPECT_TRUE(refuses());
     set_fault("none");
     EXPECT_EQ(poll(), idle_document());
 }
 
-TEST_F(Service, stays_silent_on_request) {
+TEST_F(Service, StaysSilentOnRequest) {
     set_fault("silent");
     WireClient client(m_service.port());
     client.send(framed(STATUS_REQUEST));
@@ -244,7 +244,7 @@ TEST_F(Service, stays_silent_on_request) {
     EXPECT_FALSE(client.is_readable_within(std::chrono::milliseconds(100)));
 }
 
-TEST_F(Service, resets_on_request) {
+TEST_F(Service, ResetsOnRequest) {
     WireClient closed(m_service.port());
     set_fault("cut 0");
     closed.send(framed(STATUS_REQUEST));
@@ -257,7 +257,7 @@ TEST_F(Service, resets_on_request) {
     EXPECT_EQ(poll(), idle_document());
 }
 
-TEST_F(Service, carries_a_command_out_although_its_connection_is_reset) {
+TEST_F(Service, CarriesACommandOutAlthoughItsConnectionIsReset) {
     publish(RIBBON);
     const std::string shown = poll();
     set_fault("reset on commands");
@@ -267,14 +267,14 @@ TEST_F(Service, carries_a_command_out_although_its_connection_is_reset) {
     EXPECT_NE(poll(shown).find("<RemovePrinterError>"), std::string::npos);
 }
 
-TEST_F(Service, delays_on_request) {
+TEST_F(Service, DelaysOnRequest) {
     set_fault("delay 80ms");
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(poll(), idle_document());
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(79));
 }
 
-TEST_F(Service, cuts_a_reply_as_often_as_asked) {
+TEST_F(Service, CutsAReplyAsOftenAsAsked) {
     set_fault("cut 12 times 2");
     const std::string whole = framed(idle_document());
     EXPECT_EQ(raw_poll(), whole.substr(0, 12));
@@ -283,7 +283,7 @@ TEST_F(Service, cuts_a_reply_as_often_as_asked) {
     m_log.wait_for("fault ended");
 }
 
-TEST_F(Service, cuts_a_reply_at_every_offset) {
+TEST_F(Service, CutsAReplyAtEveryOffset) {
     const std::string whole = framed(idle_document());
     for (std::size_t size = 0; size < whole.size(); ++size) {
         set_fault("cut " + std::to_string(size) + " times 1");
@@ -291,12 +291,12 @@ TEST_F(Service, cuts_a_reply_at_every_offset) {
     }
 }
 
-TEST_F(Service, lies_about_the_length) {
+TEST_F(Service, LiesAboutTheLength) {
     set_fault("lie 18446744073709551615");
     EXPECT_EQ(raw_poll(), std::string(8, '\xff') + idle_document());
 }
 
-TEST_F(Service, holds_the_connection_open_after_a_lie) {
+TEST_F(Service, HoldsTheConnectionOpenAfterALie) {
     set_fault("lie 5000 hold");
     WireClient client(m_service.port());
     client.send(framed(STATUS_REQUEST));
@@ -304,7 +304,7 @@ TEST_F(Service, holds_the_connection_open_after_a_lie) {
     EXPECT_FALSE(client.is_readable_within(std::chrono::milliseconds(100)));
 }
 
-TEST_F(Service, trickles_byte_by_byte) {
+TEST_F(Service, TricklesByteByByte) {
     set_fault("trickle 1ms");
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(poll(), idle_document());
@@ -312,7 +312,7 @@ TEST_F(Service, trickles_byte_by_byte) {
               std::chrono::milliseconds(idle_document().size()));
 }
 
-TEST_F(Service, loses_no_event_to_replies_that_the_client_could_not_use) {
+TEST_F(Service, LosesNoEventToRepliesThatTheClientCouldNotUse) {
     for (const char* fault : {"garbage 64 times 1", "empty times 1", "lie 30 times 1"}) {
         publish(RIBBON);
         std::string quoted = poll();
@@ -331,7 +331,7 @@ TEST_F(Service, loses_no_event_to_replies_that_the_client_could_not_use) {
     }
 }
 
-TEST_F(Service, pads_a_reply_to_the_wanted_size_and_goes_on_after_it) {
+TEST_F(Service, PadsAReplyToTheWantedSizeAndGoesOnAfterIt) {
     publish(RIBBON);
     publish(CARD);
     set_fault("big 1M times 1");
@@ -341,7 +341,7 @@ TEST_F(Service, pads_a_reply_to_the_wanted_size_and_goes_on_after_it) {
     EXPECT_EQ(element(poll(big), "PrinterName"), "Back Office");
 }
 
-TEST_F(Service, spoils_only_the_replies_it_was_told_to) {
+TEST_F(Service, SpoilsOnlyTheRepliesItWasToldTo) {
     publish(RIBBON);
     set_fault("cut 0 on commands");
     EXPECT_EQ(element(poll(), "PrinterName"), "Front Desk");
@@ -353,7 +353,7 @@ TEST_F(Service, spoils_only_the_replies_it_was_told_to) {
     EXPECT_EQ(framed_exchange(m_service.port(), "x"), action_result_document("unreadable-request"));
 }
 
-TEST_F(Service, spoils_replies_of_both_kinds_in_different_ways) {
+TEST_F(Service, SpoilsRepliesOfBothKindsInDifferentWays) {
     publish(RIBBON);
     set_fault("empty times 2 on status");
     set_fault("reset on commands");
@@ -369,7 +369,7 @@ TEST_F(Service, spoils_replies_of_both_kinds_in_different_ways) {
     });
 }
 
-TEST_F(Service, holds_a_request_until_there_is_news) {
+TEST_F(Service, HoldsARequestUntilThereIsNews) {
     publish(RIBBON);
     const std::string first = poll();
     hold(LONG);
@@ -381,7 +381,7 @@ TEST_F(Service, holds_a_request_until_there_is_news) {
     EXPECT_EQ(element(answer_to(*waiting), "PrinterName"), "Back Office");
 }
 
-TEST_F(Service, answers_a_held_request_after_its_time) {
+TEST_F(Service, AnswersAHeldRequestAfterItsTime) {
     publish(RIBBON);
     const std::string first = poll();
     hold(std::chrono::milliseconds(80));
@@ -393,7 +393,7 @@ TEST_F(Service, answers_a_held_request_after_its_time) {
     m_log.wait_for("request held", 2);
 }
 
-TEST_F(Service, takes_commands_while_it_holds_requests) {
+TEST_F(Service, TakesCommandsWhileItHoldsRequests) {
     publish(RIBBON);
     const std::string first = poll();
     hold(LONG);
@@ -405,7 +405,7 @@ TEST_F(Service, takes_commands_while_it_holds_requests) {
     EXPECT_NE(answer_to(*other).find("<RemovePrinterError>"), std::string::npos);
 }
 
-TEST_F(Service, forgets_a_held_request_with_its_connection) {
+TEST_F(Service, ForgetsAHeldRequestWithItsConnection) {
     hold(LONG);
     const std::string idle = idle_document();
     ask(idle)->reset();
@@ -417,7 +417,7 @@ TEST_F(Service, forgets_a_held_request_with_its_connection) {
     EXPECT_EQ(m_log.all("reply status").size(), 1U);
 }
 
-TEST_F(Service, answers_held_requests_when_it_is_to_hold_no_longer) {
+TEST_F(Service, AnswersHeldRequestsWhenItIsToHoldNoLonger) {
     hold(LONG);
     const auto waiting = ask(idle_document());
     m_log.wait_for("request held");
@@ -427,7 +427,7 @@ TEST_F(Service, answers_held_requests_when_it_is_to_hold_no_longer) {
     EXPECT_EQ(m_log.wait_for("settings", 2).line(), "settings retell=on hold_ms=0 carry_out_ms=0");
 }
 
-TEST_F(Service, drops_held_requests_when_stopped) {
+TEST_F(Service, DropsHeldRequestsWhenStopped) {
     hold(LONG);
     const auto waiting = ask(idle_document());
     m_log.wait_for("request held");
@@ -438,7 +438,7 @@ TEST_F(Service, drops_held_requests_when_stopped) {
     EXPECT_EQ(element(poll(idle_document()), "PrinterName"), "Front Desk");
 }
 
-TEST_F(Service, spoils_the_reply_to_a_held_request) {
+TEST_F(Service, SpoilsTheReplyToAHeldRequest) {
     hold(LONG);
     const auto waiting = ask(idle_document());
     m_log.wait_for("request held");
@@ -448,7 +448,7 @@ TEST_F(Service, spoils_the_reply_to_a_held_request) {
     EXPECT_EQ(element(poll(idle_document()), "PrinterName"), "Front Desk");
 }
 
-TEST_F(Service, goes_on_telling_an_error_until_the_command_is_carried_out) {
+TEST_F(Service, GoesOnTellingAnErrorUntilTheCommandIsCarriedOut) {
     publish(RIBBON);
     const std::string first = poll();
     carry_out(LONG);
@@ -468,7 +468,7 @@ TEST_F(Service, goes_on_telling_an_error_until_the_command_is_carried_out) {
     EXPECT_EQ(poll(), first) << "it is open, and this client has not got it";
 }
 
-TEST_F(Service, carries_a_command_out_after_its_time) {
+TEST_F(Service, CarriesACommandOutAfterItsTime) {
     publish(RIBBON);
     const std::string first = poll();
     carry_out(std::chrono::milliseconds(80));
@@ -479,7 +479,7 @@ TEST_F(Service, carries_a_command_out_after_its_time) {
     EXPECT_NE(poll(first).find("<RemovePrinterError>"), std::string::npos);
 }
 
-TEST_F(Service, carries_out_only_the_first_of_two_commands_for_one_error) {
+TEST_F(Service, CarriesOutOnlyTheFirstOfTwoCommandsForOneError) {
     publish(RIBBON);
     carry_out(std::chrono::milliseconds(50));
     command(ACTION_RETRY);
@@ -489,7 +489,7 @@ TEST_F(Service, carries_out_only_the_first_of_two_commands_for_one_error) {
     EXPECT_EQ(m_log.all("request command").size(), 2U);
 }
 
-TEST_F(Service, counts_the_time_to_the_next_failure_from_the_carrying_out) {
+TEST_F(Service, CountsTheTimeToTheNextFailureFromTheCarryingOut) {
     publish(RIBBON);
     carry_out(std::chrono::milliseconds(50));
     m_service.call([](PrinterService& service) {
@@ -502,7 +502,7 @@ TEST_F(Service, counts_the_time_to_the_next_failure_from_the_carrying_out) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(98));
 }
 
-TEST_F(Service, plans_no_command_that_it_cannot_carry_out) {
+TEST_F(Service, PlansNoCommandThatItCannotCarryOut) {
     publish(RIBBON);
     carry_out(LONG);
     command(ACTION_CANCEL, "99");
@@ -512,7 +512,7 @@ TEST_F(Service, plans_no_command_that_it_cannot_carry_out) {
     EXPECT_TRUE(m_log.all("command planned").empty());
 }
 
-TEST_F(Service, drops_its_connections_when_stopped_and_keeps_its_state) {
+TEST_F(Service, DropsItsConnectionsWhenStoppedAndKeepsItsState) {
     publish(RIBBON);
     const std::string first = poll();
     WireClient client(m_service.port());
@@ -524,13 +524,13 @@ TEST_F(Service, drops_its_connections_when_stopped_and_keeps_its_state) {
     EXPECT_EQ(poll(first), first);
 }
 
-TEST_F(Service, comes_back_by_itself) {
+TEST_F(Service, ComesBackByItself) {
     m_service.call([](PrinterService& service) { service.stop(std::chrono::milliseconds(30)); });
     m_log.wait_for("service started");
     EXPECT_EQ(poll(), idle_document());
 }
 
-TEST_F(Service, survives_many_restarts) {
+TEST_F(Service, SurvivesManyRestarts) {
     for (int i = 0; i < 200; ++i) {
         m_service.call([](PrinterService& service) {
             service.stop();
@@ -540,11 +540,11 @@ TEST_F(Service, survives_many_restarts) {
     }
 }
 
-TEST_F(Service, cannot_have_a_port_that_is_taken) {
+TEST_F(Service, CannotHaveAPortThatIsTaken) {
     EXPECT_THROW(ServiceThread({}, m_service.port()), std::runtime_error);
 }
 
-TEST_F(Service, serves_many_clients_at_once) {
+TEST_F(Service, ServesManyClientsAtOnce) {
     publish(RIBBON);
     std::vector<std::unique_ptr<WireClient>> clients;
     for (int i = 0; i < 100; ++i) {
@@ -556,7 +556,7 @@ TEST_F(Service, serves_many_clients_at_once) {
     }
 }
 
-TEST(ServiceObserver, gets_the_exact_frames) {
+TEST(ServiceObserver, GetsTheExactFrames) {
     std::vector<std::string> requests;
     std::vector<std::string> replies;
     ServiceObserver observer;

@@ -65,7 +65,7 @@ std::multimap<std::string, std::pair<std::string, std::string>> listings() {
     return found;
 }
 
-TEST(ProtocolDocument, shows_its_example_files_as_they_are) {
+TEST(ProtocolDocument, ShowsItsExampleFilesAsTheyAre) {
     for (const auto& [file, listing] : listings()) {
         const auto& [form, block] = listing;
         const std::string content = example(file);
@@ -80,7 +80,7 @@ TEST(ProtocolDocument, shows_its_example_files_as_they_are) {
     }
 }
 
-TEST(ProtocolDocument, shows_every_example_file) {
+TEST(ProtocolDocument, ShowsEveryExampleFile) {
     std::set<std::string> shown;
     for (const auto& [file, listing] : listings()) {
         shown.insert(file);
@@ -94,7 +94,7 @@ TEST(ProtocolDocument, shows_every_example_file) {
     EXPECT_GE(shown.size(), 10U);
 }
 
-TEST(ProtocolExamples, are_whole_frames) {
+TEST(ProtocolExamples, AreWholeFrames) {
     for (const auto& entry :
          std::filesystem::directory_iterator(std::string(DOCS_DIRECTORY) + "/examples")) {
         if (entry.path().extension() == ".bin") {
@@ -120,7 +120,7 @@ protected:
     ServiceThread m_service{m_log.observer()};
 };
 
-TEST_F(ProtocolExchange, of_status_requests_gives_the_examples) {
+TEST_F(ProtocolExchange, OfStatusRequestsGivesTheExamples) {
     EXPECT_EQ(reply_to("status-request-first.bin"), framed(example("status-reply-idle.xml")));
     publish({"Front Desk", "17", "110", "3", "Print ribbon out or missing.", "0"});
     EXPECT_EQ(reply_to("status-request-first.bin"), example("status-reply-show.bin"));
@@ -129,7 +129,7 @@ TEST_F(ProtocolExchange, of_status_requests_gives_the_examples) {
     EXPECT_EQ(reply_to("status-request-later.bin"), framed(example("status-reply-remove.xml")));
 }
 
-TEST_F(ProtocolExchange, of_commands_gives_the_examples) {
+TEST_F(ProtocolExchange, OfCommandsGivesTheExamples) {
     const std::map<std::string, std::string> actions = {
         {"command-cancel.bin", "cancel"},
         {"command-resume.bin", "resume"},
@@ -146,7 +146,7 @@ TEST_F(ProtocolExchange, of_commands_gives_the_examples) {
     }
 }
 
-TEST_F(ProtocolExchange, with_an_empty_reply_gives_the_example) {
+TEST_F(ProtocolExchange, WithAnEmptyReplyGivesTheExample) {
     m_service.call([](PrinterService& service) { service.publish_raw(""); });
     EXPECT_EQ(reply_to("status-request-first.bin"), example("reply-empty.bin"));
 }

@@ -167,7 +167,7 @@ private:
     std::string m_path;
 };
 
-TEST(SimulatorProgram, takes_commands_and_serves_them) {
+TEST(SimulatorProgram, TakesCommandsAndServesThem) {
     Program program({"--port", "0"});
     const std::uint16_t port = program.ready_port();
     program.type("error \"Front Desk\" 17 110 3 Ribbon");
@@ -178,7 +178,7 @@ TEST(SimulatorProgram, takes_commands_and_serves_them) {
     EXPECT_NE(program.line_with("reply status").find("event=1 new=yes"), std::string::npos);
 }
 
-TEST(SimulatorProgram, ends_cleanly_on_signals_and_quit) {
+TEST(SimulatorProgram, EndsCleanlyOnSignalsAndQuit) {
     for (const int number : {SIGTERM, SIGINT}) {
         Program program({"--port", "0"});
         program.ready_port();
@@ -192,7 +192,7 @@ TEST(SimulatorProgram, ends_cleanly_on_signals_and_quit) {
     EXPECT_EQ(program.exit_status(), 0);
 }
 
-TEST(SimulatorProgram, goes_on_after_the_end_of_input) {
+TEST(SimulatorProgram, GoesOnAfterTheEndOfInput) {
     Program program({"--port", "0"});
     const std::uint16_t port = program.ready_port();
     program.end_input();
@@ -201,7 +201,7 @@ TEST(SimulatorProgram, goes_on_after_the_end_of_input) {
     EXPECT_EQ(program.exit_status(), 0);
 }
 
-TEST(SimulatorProgram, ends_with_its_input_after_the_last_timed_line_when_asked) {
+TEST(SimulatorProgram, EndsWithItsInputAfterTheLastTimedLineWhenAsked) {
     Program program({"--port", "0", "--exit-at-eof"});
     program.type("+50ms error P 1 110 3");
     program.type("list");
@@ -212,7 +212,7 @@ TEST(SimulatorProgram, ends_with_its_input_after_the_last_timed_line_when_asked)
     EXPECT_EQ(program.exit_status(), 0);
 }
 
-TEST(SimulatorProgram, names_the_line_that_it_does_not_understand_and_goes_on) {
+TEST(SimulatorProgram, NamesTheLineThatItDoesNotUnderstandAndGoesOn) {
     Program program({"--port", "0"});
     program.type("list");
     program.type("bogus");
@@ -222,7 +222,7 @@ TEST(SimulatorProgram, names_the_line_that_it_does_not_understand_and_goes_on) {
     program.line_with("event published");
 }
 
-TEST(SimulatorProgram, says_when_its_port_is_taken) {
+TEST(SimulatorProgram, SaysWhenItsPortIsTaken) {
     Program first({"--port", "0"});
     const std::string port = std::to_string(first.ready_port());
     Program second({"--port", port});
@@ -230,7 +230,7 @@ TEST(SimulatorProgram, says_when_its_port_is_taken) {
     EXPECT_EQ(second.exit_status(), 1);
 }
 
-TEST(SimulatorProgram, refuses_a_command_line_that_makes_no_sense) {
+TEST(SimulatorProgram, RefusesACommandLineThatMakesNoSense) {
     const std::vector<std::vector<std::string>> cases = {{"--bogus"},
                                                          {"--port", "x"},
                                                          {"--port", "65536"},
@@ -245,7 +245,7 @@ TEST(SimulatorProgram, refuses_a_command_line_that_makes_no_sense) {
     }
 }
 
-TEST(SimulatorProgram, shows_help_and_version) {
+TEST(SimulatorProgram, ShowsHelpAndVersion) {
     Program help({"--help"});
     help.line_with("--exit-at-eof");
     EXPECT_EQ(help.exit_status(), 0);
@@ -254,7 +254,7 @@ TEST(SimulatorProgram, shows_help_and_version) {
     EXPECT_EQ(version.exit_status(), 0);
 }
 
-TEST(SimulatorProgram, points_to_help_on_a_terminal) {
+TEST(SimulatorProgram, PointsToHelpOnATerminal) {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
     ASSERT_GE(terminal, 0);
     ASSERT_EQ(grantpt(terminal), 0);
@@ -269,13 +269,13 @@ TEST(SimulatorProgram, points_to_help_on_a_terminal) {
     close(terminal);
 }
 
-TEST(SimulatorProgram, points_to_no_help_in_a_pipe) {
+TEST(SimulatorProgram, PointsToNoHelpInAPipe) {
     Program program({"--port", "0"});
     program.type("bogus");
     EXPECT_EQ(program.complaint_with("").substr(0, 8), "stdin:1:");
 }
 
-TEST(SimulatorProgram, shows_connections_and_times_when_asked) {
+TEST(SimulatorProgram, ShowsConnectionsAndTimesWhenAsked) {
     Program program({"--port", "0", "--verbose", "--timestamps"});
     const gint64 before = g_get_monotonic_time();
     const std::uint16_t port = program.ready_port();
@@ -286,7 +286,7 @@ TEST(SimulatorProgram, shows_connections_and_times_when_asked) {
     EXPECT_LE(stamp, g_get_monotonic_time());
 }
 
-TEST(SimulatorProgram, captures_requests_and_replies) {
+TEST(SimulatorProgram, CapturesRequestsAndReplies) {
     const TemporaryDirectory directory;
     Program program({"--port", "0", "--capture", directory.path()});
     framed_exchange(program.ready_port(), STATUS_REQUEST);
@@ -294,19 +294,19 @@ TEST(SimulatorProgram, captures_requests_and_replies) {
     EXPECT_EQ(file_content(directory.path() + "/000001-reply.bin"), framed(idle_document()));
 }
 
-TEST(SimulatorProgram, tells_its_readiness_on_a_descriptor) {
+TEST(SimulatorProgram, TellsItsReadinessOnADescriptor) {
     Program program({"--port", "0", "--ready-fd", "2"});
     const std::uint16_t port = program.ready_port();
     EXPECT_EQ(program.complaint_with("port="), "port=" + std::to_string(port));
 }
 
-TEST(SimulatorProgram, says_when_a_scenario_cannot_be_read) {
+TEST(SimulatorProgram, SaysWhenAScenarioCannotBeRead) {
     Program program({"--port", "0", "--scenario", "/does/not/exist"});
     program.complaint_with("/does/not/exist");
     EXPECT_EQ(program.exit_status(), 1);
 }
 
-TEST(SimulatorProgram, ends_at_bad_lines_of_a_scenario_before_it_takes_connections) {
+TEST(SimulatorProgram, EndsAtBadLinesOfAScenarioBeforeItTakesConnections) {
     const TemporaryDirectory directory;
     const std::string path = directory.file("a", "bogus\nerror P 1 110 3\n+x list\n");
     const std::string good = directory.file("b", "error P 2 110 3\n");
@@ -318,7 +318,7 @@ TEST(SimulatorProgram, ends_at_bad_lines_of_a_scenario_before_it_takes_connectio
     EXPECT_EQ(program.exit_status(), 1);
 }
 
-TEST(SimulatorProgram, skips_bad_lines_of_a_scenario_when_asked) {
+TEST(SimulatorProgram, SkipsBadLinesOfAScenarioWhenAsked) {
     const TemporaryDirectory directory;
     const std::string path = directory.file("a", "bogus\nerror P 1 110 3\n");
     Program program({"--port", "0", "--scenario", path, "--skip-bad-lines"});
@@ -326,7 +326,7 @@ TEST(SimulatorProgram, skips_bad_lines_of_a_scenario_when_asked) {
     program.line_with("event published");
 }
 
-TEST(SimulatorProgram, ends_after_its_scenarios_when_asked) {
+TEST(SimulatorProgram, EndsAfterItsScenariosWhenAsked) {
     const TemporaryDirectory directory;
     const std::string first = directory.file("a", "repeat forever every 1ms list\nlist\n");
     const std::string second = directory.file("b", "+50ms error P 1 110 3\n");
@@ -338,7 +338,7 @@ TEST(SimulatorProgram, ends_after_its_scenarios_when_asked) {
     EXPECT_EQ(program.exit_status(), 0);
 }
 
-TEST(SimulatorProgram, ends_at_once_after_an_empty_scenario) {
+TEST(SimulatorProgram, EndsAtOnceAfterAnEmptyScenario) {
     const TemporaryDirectory directory;
     Program program(
         {"--port", "0", "--scenario", directory.file("a", "# nothing\n"), "--exit-after-scenario"});
@@ -346,7 +346,7 @@ TEST(SimulatorProgram, ends_at_once_after_an_empty_scenario) {
     EXPECT_EQ(program.exit_status(), 0);
 }
 
-TEST(SimulatorProgram, checks_scenarios_without_playing_them) {
+TEST(SimulatorProgram, ChecksScenariosWithoutPlayingThem) {
     const TemporaryDirectory directory;
     const std::string good = directory.file("a", "error P 1 110 3\r\n\r\n@2s clear-all\r\n");
     const std::string bad = directory.file("b", "fault bogus\n\nrepeat 3 bogus");
@@ -363,7 +363,7 @@ TEST(SimulatorProgram, checks_scenarios_without_playing_them) {
     EXPECT_EQ(missing.exit_status(), 1);
 }
 
-TEST(SimulatorProgram, ends_well_when_what_was_expected_came) {
+TEST(SimulatorProgram, EndsWellWhenWhatWasExpectedCame) {
     const TemporaryDirectory directory;
     const std::string path =
         directory.file("a", "error 'Front Desk' 17 110 3\n"
@@ -384,7 +384,7 @@ TEST(SimulatorProgram, ends_well_when_what_was_expected_came) {
     EXPECT_EQ(program.exit_status(), 0);
 }
 
-TEST(SimulatorProgram, ends_badly_when_what_was_expected_did_not_come) {
+TEST(SimulatorProgram, EndsBadlyWhenWhatWasExpectedDidNotCome) {
     const TemporaryDirectory directory;
     const std::string path =
         directory.file("a", "error 'Front Desk' 17 110 3\n"
@@ -399,7 +399,7 @@ TEST(SimulatorProgram, ends_badly_when_what_was_expected_did_not_come) {
     EXPECT_EQ(program.exit_status(), 1);
 }
 
-TEST(SimulatorProgram, counts_what_it_still_waits_for_at_its_end_as_missed) {
+TEST(SimulatorProgram, CountsWhatItStillWaitsForAtItsEndAsMissed) {
     Program program({"--port", "0"});
     program.type("expect status within 20min");
     program.type("quit");
@@ -410,7 +410,7 @@ TEST(SimulatorProgram, counts_what_it_still_waits_for_at_its_end_as_missed) {
 
 class SimulatorScenario : public testing::TestWithParam<std::string> {};
 
-TEST_P(SimulatorScenario, is_understood_and_begins_by_saying_what_is_seen) {
+TEST_P(SimulatorScenario, IsUnderstoodAndBeginsBySayingWhatIsSeen) {
     const std::string path = std::string(SCENARIO_DIRECTORY) + "/" + GetParam() + ".scenario";
     const std::string text = file_content(path);
     EXPECT_TRUE(text.starts_with("# ")) << path;
@@ -430,7 +430,7 @@ INSTANTIATE_TEST_SUITE_P(all, SimulatorScenario,
                              return name;
                          });
 
-TEST(SimulatorScenarios, are_all_tested) {
+TEST(SimulatorScenarios, AreAllTested) {
     std::size_t files = 0;
     for (const auto& entry : std::filesystem::directory_iterator(SCENARIO_DIRECTORY)) {
         files += entry.path().extension() == ".scenario" ? 1U : 0U;

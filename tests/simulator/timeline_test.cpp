@@ -40,7 +40,7 @@ private:
     }
 };
 
-TEST_F(TimelineTest, runs_actions_at_their_time_and_in_their_order) {
+TEST_F(TimelineTest, RunsActionsAtTheirTimeAndInTheirOrder) {
     add(milliseconds(30), "d");
     add(milliseconds(0), "a");
     add(milliseconds(10), "b");
@@ -52,7 +52,7 @@ TEST_F(TimelineTest, runs_actions_at_their_time_and_in_their_order) {
     EXPECT_TRUE(m_timeline.empty());
 }
 
-TEST_F(TimelineTest, forgets_what_is_cancelled) {
+TEST_F(TimelineTest, ForgetsWhatIsCancelled) {
     add(milliseconds(0), "a");
     m_timeline.cancel(m_last);
     EXPECT_TRUE(m_timeline.empty());
@@ -67,7 +67,7 @@ TEST_F(TimelineTest, forgets_what_is_cancelled) {
     EXPECT_TRUE(m_timeline.empty());
 }
 
-TEST_F(TimelineTest, lets_others_run_beside_what_is_always_due) {
+TEST_F(TimelineTest, LetsOthersRunBesideWhatIsAlwaysDue) {
     int turns = 0;
     std::function<void()> again = [&] {
         if (++turns < 1000000) {
@@ -84,7 +84,7 @@ TEST_F(TimelineTest, lets_others_run_beside_what_is_always_due) {
     EXPECT_LT(turns, 1000000);
 }
 
-TEST_F(TimelineTest, does_not_wait_for_companions) {
+TEST_F(TimelineTest, DoesNotWaitForCompanions) {
     add(std::chrono::minutes(20), "never", Timeline::Purpose::companion);
     EXPECT_TRUE(m_timeline.empty());
     add(milliseconds(5), "a");

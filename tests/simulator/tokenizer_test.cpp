@@ -27,27 +27,27 @@ std::string complaint(std::string_view line) {
     return "";
 }
 
-TEST(Tokenizer, separates_words_by_blanks_and_tabs) {
+TEST(Tokenizer, SeparatesWordsByBlanksAndTabs) {
     Tokenizer words("  one\t two  ");
     EXPECT_EQ(words.next(), "one");
     EXPECT_EQ(words.next(), "two");
     EXPECT_FALSE(words.next());
 }
 
-TEST(Tokenizer, takes_a_backslash_outside_quotes_as_it_stands) {
+TEST(Tokenizer, TakesABackslashOutsideQuotesAsItStands) {
     EXPECT_EQ(only_word("a\\n"), "a\\n");
 }
 
-TEST(Tokenizer, reads_every_escape) {
+TEST(Tokenizer, ReadsEveryEscape) {
     EXPECT_EQ(only_word(R"("\n\t\r\"\'\\\a\b\f\v")"), "\n\t\r\"'\\\a\b\f\v");
 }
 
-TEST(Tokenizer, reads_hexadecimal_and_octal_bytes) {
+TEST(Tokenizer, ReadsHexadecimalAndOctalBytes) {
     EXPECT_EQ(only_word(R"("\xff\x0Az")"), "\xff\nz");
     EXPECT_EQ(only_word(R"("\377\12z\0")"), std::string("\xff\nz\0", 4));
 }
 
-TEST(Tokenizer, takes_single_quotes_like_double_ones) {
+TEST(Tokenizer, TakesSingleQuotesLikeDoubleOnes) {
     EXPECT_EQ(only_word("'Front Desk'"), "Front Desk");
     EXPECT_EQ(only_word(R"('\x41\n\'"')"), "A\n'\"");
     EXPECT_EQ(only_word(R"("it's")"), "it's");
@@ -56,18 +56,18 @@ TEST(Tokenizer, takes_single_quotes_like_double_ones) {
     EXPECT_EQ(words.rest_of_line(), "<a b=\"1\">");
 }
 
-TEST(Tokenizer, takes_an_apostrophe_inside_a_word_as_it_stands) {
+TEST(Tokenizer, TakesAnApostropheInsideAWordAsItStands) {
     EXPECT_EQ(only_word("O'Brien"), "O'Brien");
     Tokenizer words("Don't 'panic'");
     EXPECT_EQ(words.rest_of_line(), "Don't 'panic'");
 }
 
-TEST(Tokenizer, keeps_an_empty_quoted_word) {
+TEST(Tokenizer, KeepsAnEmptyQuotedWord) {
     EXPECT_EQ(only_word("\"\""), "");
     EXPECT_EQ(only_word("''"), "");
 }
 
-TEST(Tokenizer, complains_about_bad_quoting) {
+TEST(Tokenizer, ComplainsAboutBadQuoting) {
     EXPECT_EQ(complaint("\"open"), "a closing quote is missing");
     EXPECT_EQ(complaint("'open"), "a closing quote is missing");
     EXPECT_EQ(complaint("'open\""), "a closing quote is missing");
@@ -80,13 +80,13 @@ TEST(Tokenizer, complains_about_bad_quoting) {
     EXPECT_EQ(complaint(R"("\xg1")"), "\\x needs two hexadecimal digits");
 }
 
-TEST(Tokenizer, gives_the_rest_of_the_line_as_it_stands) {
+TEST(Tokenizer, GivesTheRestOfTheLineAsItStands) {
     Tokenizer words("raw <a b=\"1\">  x");
     words.next();
     EXPECT_EQ(words.rest_of_line(), "<a b=\"1\">  x");
 }
 
-TEST(Tokenizer, takes_a_value_with_its_name) {
+TEST(Tokenizer, TakesAValueWithItsName) {
     Tokenizer words(" code=7 code='a b' code='' name");
     EXPECT_EQ(words.next_value("code"), "7");
     EXPECT_EQ(words.next_value("code"), "a b");
@@ -98,7 +98,7 @@ TEST(Tokenizer, takes_a_value_with_its_name) {
     }
 }
 
-TEST(Tokenizer, reads_back_every_byte_that_an_output_line_escapes) {
+TEST(Tokenizer, ReadsBackEveryByteThatAnOutputLineEscapes) {
     std::string bytes;
     for (int byte = 0; byte < 256; ++byte) {
         bytes += static_cast<char>(static_cast<unsigned char>(byte));
@@ -107,14 +107,14 @@ TEST(Tokenizer, reads_back_every_byte_that_an_output_line_escapes) {
     EXPECT_EQ(only_word("\"" + escaped_text(bytes) + "\""), bytes);
 }
 
-TEST(ParseNumber, takes_whole_numbers_only) {
+TEST(ParseNumber, TakesWholeNumbersOnly) {
     EXPECT_EQ(parse_number("18446744073709551615", "n"), std::numeric_limits<std::uint64_t>::max());
     for (const char* text : {"", "-1", "+1", "1x", "18446744073709551616", " 1"}) {
         EXPECT_THROW(parse_number(text, "n"), CommandError) << text;
     }
 }
 
-TEST(ParseSize, knows_its_units) {
+TEST(ParseSize, KnowsItsUnits) {
     EXPECT_EQ(parse_size("12", "n"), 12U);
     EXPECT_EQ(parse_size("2K", "n"), 2048U);
     EXPECT_EQ(parse_size("100M", "n"), 104857600U);
@@ -123,7 +123,7 @@ TEST(ParseSize, knows_its_units) {
     EXPECT_THROW(parse_size("K", "n"), CommandError);
 }
 
-TEST(ParseTime, knows_its_units) {
+TEST(ParseTime, KnowsItsUnits) {
     EXPECT_EQ(parse_time("5", "t").count(), 5);
     EXPECT_EQ(parse_time("5ms", "t").count(), 5);
     EXPECT_EQ(parse_time("5s", "t").count(), 5000);

@@ -7,19 +7,19 @@
 namespace printer_simulator {
 namespace {
 
-TEST(FramePrefix, is_little_endian) {
+TEST(FramePrefix, IsLittleEndian) {
     EXPECT_EQ(frame_prefix(0x16), std::string("\x16\0\0\0\0\0\0\0", 8));
     EXPECT_EQ(frame_prefix(0x0102030405060708), "\x08\x07\x06\x05\x04\x03\x02\x01");
 }
 
-TEST(FramePrefix, is_decoded_to_the_same_length) {
+TEST(FramePrefix, IsDecodedToTheSameLength) {
     for (const std::uint64_t length : {std::uint64_t{0}, std::uint64_t{255}, std::uint64_t{1} << 63,
                                        std::numeric_limits<std::uint64_t>::max()}) {
         EXPECT_EQ(decoded_prefix(frame_prefix(length)), length);
     }
 }
 
-TEST(FrameReader, takes_a_frame_in_pieces_of_any_size) {
+TEST(FrameReader, TakesAFrameInPiecesOfAnySize) {
     const std::string frame = framed("some text");
     for (std::size_t piece = 1; piece <= frame.size(); ++piece) {
         FrameReader reader;
@@ -32,26 +32,26 @@ TEST(FrameReader, takes_a_frame_in_pieces_of_any_size) {
     }
 }
 
-TEST(FrameReader, leaves_what_follows_the_frame) {
+TEST(FrameReader, LeavesWhatFollowsTheFrame) {
     FrameReader reader;
     EXPECT_EQ(reader.feed(framed("ab") + "rest"), 10U);
     EXPECT_EQ(reader.text(), "ab");
 }
 
-TEST(FrameReader, is_complete_after_an_empty_frame) {
+TEST(FrameReader, IsCompleteAfterAnEmptyFrame) {
     FrameReader reader;
     reader.feed(framed(""));
     EXPECT_EQ(reader.state(), FrameReader::State::complete);
 }
 
-TEST(FrameReader, refuses_a_length_beyond_the_limit_without_taking_memory) {
+TEST(FrameReader, RefusesALengthBeyondTheLimitWithoutTakingMemory) {
     FrameReader reader;
     reader.feed(frame_prefix(REQUEST_LIMIT + 1) + "text");
     EXPECT_EQ(reader.state(), FrameReader::State::too_long);
     EXPECT_TRUE(reader.text().empty());
 }
 
-TEST(FrameReader, takes_no_memory_for_bytes_that_did_not_come) {
+TEST(FrameReader, TakesNoMemoryForBytesThatDidNotCome) {
     FrameReader reader;
     reader.feed(frame_prefix(REQUEST_LIMIT) + "text");
     EXPECT_EQ(reader.state(), FrameReader::State::incomplete);

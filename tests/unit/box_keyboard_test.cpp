@@ -156,13 +156,13 @@ protected:
     bool m_is_mapped = false;
 };
 
-TEST_F(BoxKeyboardTest, takes_keys_at_once_when_somebody_turns_to_an_old_box) {
+TEST_F(BoxKeyboardTest, TakesKeysAtOnceWhenSomebodyTurnsToAnOldBox) {
     show_and_grow_old();
     focus(true);
     EXPECT_TRUE(answers());
 }
 
-TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_came_with_the_box) {
+TEST_F(BoxKeyboardTest, TakesNoKeysWhenTheFocusCameWithTheBox) {
     show();
     focus(true);
     EXPECT_FALSE(answers());
@@ -170,14 +170,14 @@ TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_came_with_the_box) {
     EXPECT_FALSE(answers());
 }
 
-TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_comes_before_the_box_can_be_seen) {
+TEST_F(BoxKeyboardTest, TakesNoKeysWhenTheFocusComesBeforeTheBoxCanBeSeen) {
     gtk_widget_realize(m_box);
     focus(true);
     show();
     EXPECT_FALSE(answers());
 }
 
-TEST_F(BoxKeyboardTest, takes_keys_after_a_pause_that_every_key_begins_anew) {
+TEST_F(BoxKeyboardTest, TakesKeysAfterAPauseThatEveryKeyBeginsAnew) {
     show();
     focus(true);
     for (int i = 0; i < 4; ++i) {
@@ -188,7 +188,7 @@ TEST_F(BoxKeyboardTest, takes_keys_after_a_pause_that_every_key_begins_anew) {
     EXPECT_TRUE(answers());
 }
 
-TEST_F(BoxKeyboardTest, counts_no_pause_while_another_window_has_the_focus) {
+TEST_F(BoxKeyboardTest, CountsNoPauseWhileAnotherWindowHasTheFocus) {
     show();
     focus(true);
     focus(false);
@@ -197,7 +197,7 @@ TEST_F(BoxKeyboardTest, counts_no_pause_while_another_window_has_the_focus) {
     EXPECT_FALSE(answers());
 }
 
-TEST_F(BoxKeyboardTest, handles_keys_that_waited_before_it_takes_the_time_for_a_pause) {
+TEST_F(BoxKeyboardTest, HandlesKeysThatWaitedBeforeItTakesTheTimeForAPause) {
     show();
     focus(true);
     // A key that is already there when the program comes back to its work after a long halt.
@@ -218,7 +218,7 @@ TEST_F(BoxKeyboardTest, handles_keys_that_waited_before_it_takes_the_time_for_a_
     EXPECT_FALSE(has_answered);
 }
 
-TEST_F(BoxKeyboardTest, takes_no_keys_that_were_pressed_before_a_pause_and_came_after_it) {
+TEST_F(BoxKeyboardTest, TakesNoKeysThatWerePressedBeforeAPauseAndCameAfterIt) {
     show();
     focus(true);
     EXPECT_FALSE(answers(1000));
@@ -228,7 +228,7 @@ TEST_F(BoxKeyboardTest, takes_no_keys_that_were_pressed_before_a_pause_and_came_
     EXPECT_TRUE(answers(1000 + 2 * PAUSE_MILLISECONDS));
 }
 
-TEST_F(BoxKeyboardTest, takes_keys_at_once_when_the_window_manager_was_asked_for_the_box) {
+TEST_F(BoxKeyboardTest, TakesKeysAtOnceWhenTheWindowManagerWasAskedForTheBox) {
     show();
     focus(true);
     EXPECT_FALSE(answers());
@@ -239,7 +239,7 @@ TEST_F(BoxKeyboardTest, takes_keys_at_once_when_the_window_manager_was_asked_for
     EXPECT_LT(g_get_monotonic_time() - begin, gint64{PAUSE_MILLISECONDS} * 1000 / 2);
 }
 
-TEST_F(BoxKeyboardTest, takes_keys_after_a_press_of_the_mouse_in_it) {
+TEST_F(BoxKeyboardTest, TakesKeysAfterAPressOfTheMouseInIt) {
     show();
     focus(true);
     EXPECT_FALSE(answers());
@@ -252,7 +252,7 @@ TEST_F(BoxKeyboardTest, takes_keys_after_a_press_of_the_mouse_in_it) {
     EXPECT_TRUE(answers());
 }
 
-TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_falls_to_an_old_box_as_another_box_goes) {
+TEST_F(BoxKeyboardTest, TakesNoKeysWhenTheFocusFallsToAnOldBoxAsAnotherBoxGoes) {
     auto* other = show_other_box();
     show_and_grow_old();
     gtk_widget_destroy(other);
@@ -262,7 +262,7 @@ TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_falls_to_an_old_box_as_anot
     EXPECT_TRUE(answers());
 }
 
-TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_falls_to_an_old_box_as_a_window_goes) {
+TEST_F(BoxKeyboardTest, TakesNoKeysWhenTheFocusFallsToAnOldBoxAsAWindowGoes) {
     show_and_grow_old();
     list_windows({1, 2});
     list_windows({2});
@@ -270,7 +270,7 @@ TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_falls_to_an_old_box_as_a_wi
     EXPECT_FALSE(answers());
 }
 
-TEST_F(BoxKeyboardTest, takes_no_keys_when_it_hears_only_after_the_focus_that_a_window_has_gone) {
+TEST_F(BoxKeyboardTest, TakesNoKeysWhenItHearsOnlyAfterTheFocusThatAWindowHasGone) {
     show_and_grow_old();
     list_windows({1, 2});
     focus(true);
@@ -280,7 +280,7 @@ TEST_F(BoxKeyboardTest, takes_no_keys_when_it_hears_only_after_the_focus_that_a_
     EXPECT_TRUE(answers());
 }
 
-TEST_F(BoxKeyboardTest, takes_keys_at_once_when_windows_came_and_changed_their_order) {
+TEST_F(BoxKeyboardTest, TakesKeysAtOnceWhenWindowsCameAndChangedTheirOrder) {
     show_and_grow_old();
     list_windows({1, 2});
     let_pass(PAUSE_MILLISECONDS + 100);
@@ -289,7 +289,7 @@ TEST_F(BoxKeyboardTest, takes_keys_at_once_when_windows_came_and_changed_their_o
     EXPECT_TRUE(answers());
 }
 
-TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_falls_to_it_on_another_workspace) {
+TEST_F(BoxKeyboardTest, TakesNoKeysWhenTheFocusFallsToItOnAnotherWorkspace) {
     show_and_grow_old();
     auto* display = gdk_x11_display_get_xdisplay(gdk_display_get_default());
     const long workspace = 1;
@@ -303,7 +303,7 @@ TEST_F(BoxKeyboardTest, takes_no_keys_when_the_focus_falls_to_it_on_another_work
     EXPECT_FALSE(answers());
 }
 
-TEST_F(BoxKeyboardTest, waits_for_a_blink_when_the_box_before_was_answered_with_the_keyboard) {
+TEST_F(BoxKeyboardTest, WaitsForABlinkWhenTheBoxBeforeWasAnsweredWithTheKeyboard) {
     auto* other = show_other_box();
     show_and_grow_old();
     note_answer(); // a key that is held down presses its button without an event
@@ -314,7 +314,7 @@ TEST_F(BoxKeyboardTest, waits_for_a_blink_when_the_box_before_was_answered_with_
     EXPECT_TRUE(answers());
 }
 
-TEST_F(BoxKeyboardTest, waits_for_the_whole_pause_when_the_box_before_was_answered_with_the_mouse) {
+TEST_F(BoxKeyboardTest, WaitsForTheWholePauseWhenTheBoxBeforeWasAnsweredWithTheMouse) {
     auto* other = show_other_box();
     show_and_grow_old();
     g_signal_connect(other, "button-release-event", G_CALLBACK(+[](GtkWidget*) { note_answer(); }),
@@ -331,7 +331,7 @@ TEST_F(BoxKeyboardTest, waits_for_the_whole_pause_when_the_box_before_was_answer
     EXPECT_FALSE(answers());
 }
 
-TEST_F(BoxKeyboardTest, listens_to_the_root_window_while_there_is_a_box) {
+TEST_F(BoxKeyboardTest, ListensToTheRootWindowWhileThereIsABox) {
     EXPECT_FALSE(hears_root_window());
     auto* other = show_other_box();
     show_and_grow_old();
@@ -342,7 +342,7 @@ TEST_F(BoxKeyboardTest, listens_to_the_root_window_while_there_is_a_box) {
     EXPECT_FALSE(hears_root_window());
 }
 
-TEST_F(BoxKeyboardTest, ends_with_its_box) {
+TEST_F(BoxKeyboardTest, EndsWithItsBox) {
     auto* other = show_other_box();
     run_main_loop_until([] { return hears_root_window(); });
     gtk_widget_destroy(other);

@@ -144,62 +144,62 @@ void expect_gui_started(const Outcome& outcome) {
     EXPECT_EQ(outcome.errors, "zor-card-printer-error-ui: cannot open display: \n");
 }
 
-TEST(Lookup, is_the_same_in_its_three_forms) {
+TEST(Lookup, IsTheSameInItsThreeForms) {
     const std::string text = "Message 110: Print ribbon out or missing.\n";
     expect_text(run_program({"-g", "110"}), text);
     expect_text(run_program({"--getstring", "110"}), text);
     expect_text(run_program({"--getstring=110"}), text);
 }
 
-TEST(Lookup, prints_line_breaks_and_blanks_as_they_are) {
+TEST(Lookup, PrintsLineBreaksAndBlanksAsTheyAre) {
     expect_text(run_program({"-g", "1101"}),
                 "The card took too much time to complete.\n\nThe card will be canceled.\n");
     expect_text(run_program({"-g", "1317"}), "     \n");
 }
 
-TEST(Lookup, takes_negative_ids) {
+TEST(Lookup, TakesNegativeIds) {
     expect_text(run_program({"-g", "-999993"}), "Retry\n");
     expect_text(run_program({"--getstring=-999992"}), "Cancel\n");
 }
 
-TEST(Lookup, answers_for_an_unknown_id) {
+TEST(Lookup, AnswersForAnUnknownId) {
     expect_text(run_program({"-g", "42"}), "UNEXPECTED_TEXT_KEY:42\n");
     expect_text(run_program({"--getstring=-7"}), "UNEXPECTED_TEXT_KEY:-7\n");
 }
 
-TEST(Lookup, takes_the_leading_number) {
+TEST(Lookup, TakesTheLeadingNumber) {
     expect_text(run_program({"-g", " 110abc"}), "Message 110: Print ribbon out or missing.\n");
 }
 
-TEST(Lookup, prints_english_whatever_the_locale) {
+TEST(Lookup, PrintsEnglishWhateverTheLocale) {
     setenv("LANG", "C.UTF-8", 1);
     setenv("LANGUAGE", "de", 1);
     expect_text(run_program({"-g", "36"}), "OK\n");
     unsetenv("LANGUAGE");
 }
 
-TEST(Lookup, of_no_number_ends_with_the_reason) {
+TEST(Lookup, OfNoNumberEndsWithTheReason) {
     expect_parse_failure(run_program({"-g", "abc"}), "abc");
     expect_parse_failure(run_program({"--getstring=x1"}), "x1");
     expect_parse_failure(run_program({"-g", "99999999999"}), "99999999999");
 }
 
-TEST(Lookup, goes_on_with_the_last_of_several) {
+TEST(Lookup, GoesOnWithTheLastOfSeveral) {
     expect_text(run_program({"-g", "36", "--getstring=38"}), "Retry the card\n");
 }
 
-TEST(Lookup, takes_what_follows_even_if_it_looks_like_an_option) {
+TEST(Lookup, TakesWhatFollowsEvenIfItLooksLikeAnOption) {
     expect_parse_failure(run_program({"--getstring", "--no-fork"}), "--no-fork");
     expect_parse_failure(run_program({"-g", "--in-makefile"}), "--in-makefile");
 }
 
-TEST(InMakefile, prints_nothing_and_wins_over_the_lookup) {
+TEST(InMakefile, PrintsNothingAndWinsOverTheLookup) {
     expect_text(run_program({"--in-makefile"}), "");
     expect_text(run_program({"--in-makefile", "--getstring", "36"}), "");
     expect_text(run_program({"-g", "abc", "--in-makefile"}), "");
 }
 
-TEST(Options, without_a_value_start_the_gui) {
+TEST(Options, WithoutAValueStartTheGui) {
     expect_gui_started(run_program({"--no-fork"}));
     expect_gui_started(run_program({"--no-fork", "-g"}));
     expect_gui_started(run_program({"--no-fork", "--getstring"}));
@@ -207,34 +207,34 @@ TEST(Options, without_a_value_start_the_gui) {
     expect_gui_started(run_program({"--no-fork", "--simulate-error="}));
 }
 
-TEST(Options, that_nobody_knows_are_ignored) {
+TEST(Options, ThatNobodyKnowsAreIgnored) {
     expect_gui_started(run_program({"--no-fork", "--help", "--unknown", "text", "-x", ""}));
     expect_text(run_program({"--verbose", "-g", "36", "rest"}), "OK\n");
 }
 
-TEST(Options, valgrind_keeps_the_process) {
+TEST(Options, ValgrindKeepsTheProcess) {
     expect_gui_started(run_program({"--valgrind"}));
 }
 
-TEST(Options, number_of_boxes_is_parsed_at_once) {
+TEST(Options, NumberOfBoxesIsParsedAtOnce) {
     expect_gui_started(run_program({"--no-fork", "--valgrind-num-boxes=3x"}));
     expect_parse_failure(run_program({"--valgrind-num-boxes="}), "");
     expect_parse_failure(run_program({"--valgrind-num-boxes=x"}), "x");
     expect_parse_failure(run_program({"--in-makefile", "--valgrind-num-boxes=x"}), "x");
 }
 
-TEST(Detaching, ends_the_starting_process_with_0) {
+TEST(Detaching, EndsTheStartingProcessWith0) {
     const auto outcome = run_program({});
     EXPECT_EQ(outcome.exit_code, 0);
 }
 
-TEST(Log, is_silent_without_a_configuration_file) {
+TEST(Log, IsSilentWithoutAConfigurationFile) {
     LogSocket log;
     run_program({"-g", "36"});
     EXPECT_TRUE(log.take_lines().empty());
 }
 
-TEST(Log, carries_identity_process_id_priority_and_text) {
+TEST(Log, CarriesIdentityProcessIdPriorityAndText) {
     LogSocket log;
     ConfigFile config("diagnostics.level = 1\n");
     const auto outcome = run_program({"-g", "36"});
@@ -251,7 +251,7 @@ TEST(Log, carries_identity_process_id_priority_and_text) {
     EXPECT_TRUE(lines[2].ends_with(" main looked up string: 36=OK")) << lines[2];
 }
 
-TEST(Log, tells_why_the_process_ends) {
+TEST(Log, TellsWhyTheProcessEnds) {
     LogSocket log;
     ConfigFile config("diagnostics.level = 1\n");
     run_program({"-g", "100%s"});
@@ -261,7 +261,7 @@ TEST(Log, tells_why_the_process_ends) {
     EXPECT_TRUE(lines.back().ends_with(" terminating: Failed to parse %s%n.")) << lines.back();
 }
 
-TEST(Log, that_is_not_there_disturbs_nobody) {
+TEST(Log, ThatIsNotThereDisturbsNobody) {
     ConfigFile config("diagnostics.level = 2\n");
     expect_text(run_program({"-g", "36"}), "OK\n");
 }

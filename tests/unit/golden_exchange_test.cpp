@@ -48,7 +48,7 @@ private:
         1753};
 };
 
-TEST_F(GoldenExchange, of_status_requests) {
+TEST_F(GoldenExchange, OfStatusRequests) {
     call([](auto& service) {
         service.publish_error(
             {"Front Desk", "17", "110", "3", "Print ribbon out or missing.", "0"});
@@ -70,7 +70,7 @@ TEST_F(GoldenExchange, of_status_requests) {
     EXPECT_EQ(later.errors[0].gui_action_code, REMOVE_ERROR);
 }
 
-TEST_F(GoldenExchange, with_an_empty_reply) {
+TEST_F(GoldenExchange, WithAnEmptyReply) {
     call([](auto& service) { service.publish_raw(""); });
     const auto status = get_updated_printer_status(nullptr);
     EXPECT_EQ(take_frames(), (std::vector<std::string>{capture("status-request-first.bin"),
@@ -80,14 +80,14 @@ TEST_F(GoldenExchange, with_an_empty_reply) {
     EXPECT_EQ(take_frames().front(), capture("status-request-first.bin"));
 }
 
-TEST_F(GoldenExchange, of_job_commands) {
+TEST_F(GoldenExchange, OfJobCommands) {
     execute_printer_job_command("Front Desk", "17", "110", 100);
     EXPECT_EQ(take_frames().front(), capture("command-cancel.bin"));
     execute_printer_job_command("Front Desk", "17", "110", 101);
     EXPECT_EQ(take_frames().front(), capture("command-resume.bin"));
 }
 
-TEST_F(GoldenExchange, of_job_commands_with_every_escaped_character) {
+TEST_F(GoldenExchange, OfJobCommandsWithEveryEscapedCharacter) {
     for (const int action : {100, 101, 102}) {
         execute_printer_job_command("Desk \"A\" & 'B' <1>", "a<b", "105", action);
         EXPECT_EQ(take_frames().front(), with_action(capture("command-retry.bin"), action));

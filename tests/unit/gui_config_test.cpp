@@ -93,26 +93,26 @@ int level_of(std::string_view content) {
 
 constexpr std::size_t LONGEST = 1048575;
 
-TEST(SplitNameValuePair, takes_a_line_apart) {
+TEST(SplitNameValuePair, TakesALineApart) {
     EXPECT_EQ(split("a=b"), (Split{true, "a", "b"}));
     EXPECT_EQ(split(" \ta \t= \tb\t "), (Split{true, "a", "b"}));
     EXPECT_EQ(split("a=b\r"), (Split{true, "a", "b"}));
 }
 
-TEST(SplitNameValuePair, gives_the_name_as_much_as_it_can) {
+TEST(SplitNameValuePair, GivesTheNameAsMuchAsItCan) {
     EXPECT_EQ(split("a=b=c"), (Split{true, "a=b", "c"}));
     EXPECT_EQ(split("a=b="), (Split{true, "a", "b="}));
     EXPECT_EQ(split("a= =b"), (Split{true, "a=", "b"}));
     EXPECT_EQ(split("= = ="), (Split{true, "=", "="}));
 }
 
-TEST(SplitNameValuePair, leaves_name_and_value_alone_when_the_line_has_another_form) {
+TEST(SplitNameValuePair, LeavesNameAndValueAloneWhenTheLineHasAnotherForm) {
     for (const char* line : {"", " ", "=", "a", "a=", "=b", "a b=c", "a=b c", "a = b c"}) {
         EXPECT_EQ(split(line), Split{}) << line;
     }
 }
 
-TEST(SplitNameValuePair, equals_the_pattern_for_all_short_lines) {
+TEST(SplitNameValuePair, EqualsThePatternForAllShortLines) {
     const std::string alphabet = "a= \r";
     std::vector<std::string> lines{""};
     for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -126,7 +126,7 @@ TEST(SplitNameValuePair, equals_the_pattern_for_all_short_lines) {
     EXPECT_GT(lines.size(), 20000U);
 }
 
-TEST(SplitNameValuePair, equals_the_pattern_for_generated_lines) {
+TEST(SplitNameValuePair, EqualsThePatternForGeneratedLines) {
     const std::string alphabet("ab#=== \t\n\v\f\r\0\x80\xff", 15);
     std::mt19937 random(1753);
     for (int i = 0; i < 5000; ++i) {
@@ -138,7 +138,7 @@ TEST(SplitNameValuePair, equals_the_pattern_for_generated_lines) {
     }
 }
 
-TEST(ReadLine, consumes_the_line_feed_and_returns_the_rest) {
+TEST(ReadLine, ConsumesTheLineFeedAndReturnsTheRest) {
     std::istringstream input("one\ntwo\n\nthree\n");
     EXPECT_EQ(read_line(input), "one");
     EXPECT_EQ(read_line(input), "two");
@@ -147,20 +147,20 @@ TEST(ReadLine, consumes_the_line_feed_and_returns_the_rest) {
     EXPECT_EQ(read_line(input), "three");
 }
 
-TEST(ReadLine, does_not_read_a_last_line_without_a_line_feed) {
+TEST(ReadLine, DoesNotReadALastLineWithoutALineFeed) {
     std::istringstream input("one\ntwo");
     EXPECT_EQ(read_line(input), "one");
     EXPECT_EQ(read_line(input), "");
     EXPECT_FALSE(input.good());
 }
 
-TEST(ReadLine, stops_at_a_zero_byte) {
+TEST(ReadLine, StopsAtAZeroByte) {
     std::istringstream input(std::string("a\0b\nnext\n", 9));
     EXPECT_EQ(read_line(input), "a");
     EXPECT_EQ(read_line(input), "next");
 }
 
-TEST(ReadLine, returns_the_longest_line_whole_and_fails_at_one_byte_more) {
+TEST(ReadLine, ReturnsTheLongestLineWholeAndFailsAtOneByteMore) {
     std::istringstream longest(long_line(LONGEST, 'x') + "\nnext\n");
     EXPECT_EQ(read_line(longest).size(), LONGEST);
     EXPECT_EQ(read_line(longest), "next");
@@ -169,7 +169,7 @@ TEST(ReadLine, returns_the_longest_line_whole_and_fails_at_one_byte_more) {
     EXPECT_TRUE(longer.fail());
 }
 
-TEST(ReadLine, writes_no_more_of_its_buffer_than_the_line_needs) {
+TEST(ReadLine, WritesNoMoreOfItsBufferThanTheLineNeeds) {
     watched_buffer.fill('\xAA');
     watch_next_buffer = true;
     std::istringstream input("abc\n");
@@ -180,12 +180,12 @@ TEST(ReadLine, writes_no_more_of_its_buffer_than_the_line_needs) {
                             [](char c) { return c == '\xAA'; }));
 }
 
-TEST(DiagnosticLevel, is_0_without_a_file) {
+TEST(DiagnosticLevel, Is0WithoutAFile) {
     std::remove(ConfigFile::PATH);
     EXPECT_EQ(gui_config_get_diagnostic_level(), 0);
 }
 
-TEST(DiagnosticLevel, is_read_from_its_line) {
+TEST(DiagnosticLevel, IsReadFromItsLine) {
     for (const char* content :
          {"diagnostics.level=2\n", "diagnostics.level = 2\n", "\tdiagnostics.level\t=\t2 \t\n",
           "diagnostics.level=2\r\n", "some text\n\n=\ndiagnostics.level =2\n"}) {
@@ -193,11 +193,11 @@ TEST(DiagnosticLevel, is_read_from_its_line) {
     }
 }
 
-TEST(DiagnosticLevel, comes_from_the_first_line_that_sets_it) {
+TEST(DiagnosticLevel, ComesFromTheFirstLineThatSetsIt) {
     EXPECT_EQ(level_of("diagnostics.level=2\ndiagnostics.level=1\n"), 2);
 }
 
-TEST(DiagnosticLevel, is_0_when_no_line_sets_it) {
+TEST(DiagnosticLevel, Is0WhenNoLineSetsIt) {
     for (const char* content :
          {"", "diagnostics.level=2 # remark\n", "#diagnostics.level=2\n", "# diagnostics.level=2\n",
           "Diagnostics.level=2\n", "diagnostics.level=\n", "diagnostics.level=x\n",
@@ -206,11 +206,11 @@ TEST(DiagnosticLevel, is_0_when_no_line_sets_it) {
     }
 }
 
-TEST(DiagnosticLevel, does_not_read_a_last_line_without_a_line_feed) {
+TEST(DiagnosticLevel, DoesNotReadALastLineWithoutALineFeed) {
     EXPECT_EQ(level_of("diagnostics.level=2"), 0);
 }
 
-TEST(DiagnosticLevel, takes_the_leading_number_of_the_value) {
+TEST(DiagnosticLevel, TakesTheLeadingNumberOfTheValue) {
     EXPECT_EQ(level_of("diagnostics.level=-1\n"), -1);
     EXPECT_EQ(level_of("diagnostics.level=+1\n"), 1);
     EXPECT_EQ(level_of("diagnostics.level=12abc\n"), 12);
@@ -218,7 +218,7 @@ TEST(DiagnosticLevel, takes_the_leading_number_of_the_value) {
     EXPECT_EQ(level_of("diagnostics.level=010\n"), 10);
 }
 
-TEST(DiagnosticLevel, is_the_default_for_a_value_outside_the_range) {
+TEST(DiagnosticLevel, IsTheDefaultForAValueOutsideTheRange) {
     EXPECT_EQ(level_of("diagnostics.level=2147483647\n"), 2147483647);
     EXPECT_EQ(level_of("diagnostics.level=2147483648\n"), 0);
     EXPECT_EQ(level_of("diagnostics.level=-2147483648\n"), -2147483647 - 1);
@@ -226,7 +226,7 @@ TEST(DiagnosticLevel, is_the_default_for_a_value_outside_the_range) {
     EXPECT_EQ(level_of("diagnostics.level=99999999999999999999\n"), 0);
 }
 
-TEST(DiagnosticLevel, equals_what_a_string_stream_reads) {
+TEST(DiagnosticLevel, EqualsWhatAStringStreamReads) {
     for (const std::string sign : {"", "+", "-", "++", "+-", "-+", "--"}) {
         for (const std::string digits : {"", "0", "7", "007", "12abc", "0x10", "1e3", "2147483647",
                                          "2147483648", "2147483649", "99999999999", "abc", "."}) {
@@ -239,7 +239,7 @@ TEST(DiagnosticLevel, equals_what_a_string_stream_reads) {
     }
 }
 
-TEST(DiagnosticLevel, survives_the_longest_line_before_it) {
+TEST(DiagnosticLevel, SurvivesTheLongestLineBeforeIt) {
     for (const char filler : {' ', 'x', '='}) {
         EXPECT_EQ(level_of(long_line(LONGEST, filler) + "\ndiagnostics.level=2\n"), 2) << filler;
         EXPECT_EQ(level_of(long_line(LONGEST + 1, filler) + "\ndiagnostics.level=2\n"), 0)
@@ -247,20 +247,20 @@ TEST(DiagnosticLevel, survives_the_longest_line_before_it) {
     }
 }
 
-TEST(DiagnosticLevel, survives_the_longest_line_on_another_thread) {
+TEST(DiagnosticLevel, SurvivesTheLongestLineOnAnotherThread) {
     ConfigFile file("a" + long_line(LONGEST - 2, '=') + "b\ndiagnostics.level=2\n");
     int level = 0;
     std::thread([&level] { level = gui_config_get_diagnostic_level(); }).join();
     EXPECT_EQ(level, 2);
 }
 
-TEST(DiagnosticLevel, is_0_for_what_cannot_be_read) {
+TEST(DiagnosticLevel, Is0ForWhatCannotBeRead) {
     ASSERT_EQ(mkdir(ConfigFile::PATH, 0700), 0);
     EXPECT_EQ(gui_config_get_diagnostic_level(), 0);
     std::remove(ConfigFile::PATH);
 }
 
-TEST(ReadConfigSetting, returns_the_raw_value_of_any_key) {
+TEST(ReadConfigSetting, ReturnsTheRawValueOfAnyKey) {
     ConfigFile file("colour = blue\nempty =\na=b = c\n");
     EXPECT_EQ(read_config_setting("colour"), "blue");
     EXPECT_EQ(read_config_setting("a=b"), "c");
@@ -270,7 +270,7 @@ TEST(ReadConfigSetting, returns_the_raw_value_of_any_key) {
     EXPECT_EQ(read_config_int_setting("absent", -7), -7);
 }
 
-TEST(ReadConfigSetting, sees_an_edited_file_at_the_next_request) {
+TEST(ReadConfigSetting, SeesAnEditedFileAtTheNextRequest) {
     ConfigFile file("diagnostics.level=1\n");
     EXPECT_EQ(gui_config_get_diagnostic_level(), 1);
     ConfigFile::write("diagnostics.level=2\n");

@@ -25,12 +25,12 @@ const std::string VERBOSE_LINE = "file.cpp:2 function verbose";
 
 using Lines = std::vector<std::string>;
 
-TEST(GuiLogger, writes_nothing_without_a_configuration_file) {
+TEST(GuiLogger, WritesNothingWithoutAConfigurationFile) {
     std::remove(ConfigFile::PATH);
     EXPECT_EQ(log_both_levels(), Lines{});
 }
 
-TEST(GuiLogger, writes_what_the_level_asks_for) {
+TEST(GuiLogger, WritesWhatTheLevelAsksFor) {
     for (const char* level : {"0", "-1", "x", ""}) {
         ConfigFile config(std::string("diagnostics.level = ") + level + "\n");
         EXPECT_EQ(log_both_levels(), Lines{}) << level;
@@ -45,7 +45,7 @@ TEST(GuiLogger, writes_what_the_level_asks_for) {
     }
 }
 
-TEST(GuiLogger, follows_an_edit_at_the_next_call) {
+TEST(GuiLogger, FollowsAnEditAtTheNextCall) {
     ConfigFile config("diagnostics.level = 1\n");
     EXPECT_EQ(log_both_levels().size(), 1U);
     ConfigFile::write("diagnostics.level = 2\n");
@@ -54,15 +54,15 @@ TEST(GuiLogger, follows_an_edit_at_the_next_call) {
     EXPECT_EQ(log_both_levels().size(), 0U);
 }
 
-TEST(GuiLogger, marks_every_line_as_information) {
+TEST(GuiLogger, MarksEveryLineAsInformation) {
     ConfigFile config("diagnostics.level = 2\n");
-    log_both_levels();
+    EXPECT_EQ(log_both_levels().size(), 2U);
     for (const auto& line : SyslogCapture::lines()) {
         EXPECT_EQ(line.priority, LOG_INFO);
     }
 }
 
-TEST(GuiLogger, opens_the_log_once_with_identity_and_process_id) {
+TEST(GuiLogger, OpensTheLogOnceWithIdentityAndProcessId) {
     log_both_levels();
     log_both_levels();
     EXPECT_EQ(SyslogCapture::openings(),
@@ -70,7 +70,7 @@ TEST(GuiLogger, opens_the_log_once_with_identity_and_process_id) {
     EXPECT_TRUE(auto_init_syslog_do_actual_work());
 }
 
-TEST(GuiLogger, writes_a_message_as_it_stands) {
+TEST(GuiLogger, WritesAMessageAsItStands) {
     ConfigFile config("diagnostics.level = 1\n");
     SyslogCapture::clear();
     GUILoggerHelper::log(NORMAL, "a%s", 7, "b%n", "100%d %s\n\xff");
@@ -78,7 +78,7 @@ TEST(GuiLogger, writes_a_message_as_it_stands) {
     EXPECT_EQ(SyslogCapture::lines()[0].text, "a%s:7 b%n 100%d %s\n\xff");
 }
 
-TEST(GuiLogger, throws_for_a_level_that_does_not_exist) {
+TEST(GuiLogger, ThrowsForALevelThatDoesNotExist) {
     std::remove(ConfigFile::PATH);
     for (const int level : {2, -1}) {
         const auto unknown = static_cast<GUILogLevel>(level);
@@ -89,14 +89,14 @@ TEST(GuiLogger, throws_for_a_level_that_does_not_exist) {
     }
 }
 
-TEST(GuiLogger, helper_gathers_the_pieces_of_a_line) {
+TEST(GuiLogger, HelperGathersThePiecesOfALine) {
     GUILoggerHelper helper;
     EXPECT_EQ(GUILoggerHelper::stream_to_string(helper.get_ostream()), "");
     helper.get_ostream() << "number " << 12 << ' ' << 0.5;
     EXPECT_EQ(GUILoggerHelper::stream_to_string(helper.get_ostream()), "number 12 0.5");
 }
 
-TEST(GuiLogger, short_form_names_file_line_and_function) {
+TEST(GuiLogger, ShortFormNamesFileLineAndFunction) {
     ConfigFile config("diagnostics.level = 1\n");
     SyslogCapture::clear();
     const int line = __LINE__ + 1;
@@ -111,7 +111,7 @@ TEST(GuiLogger, short_form_names_file_line_and_function) {
     EXPECT_TRUE(SyslogCapture::lines()[1].text.ends_with(" operator() text 2"));
 }
 
-TEST(GuiLogger, serves_several_threads_while_the_file_is_rewritten) {
+TEST(GuiLogger, ServesSeveralThreadsWhileTheFileIsRewritten) {
     ConfigFile config("diagnostics.level = 2\n");
     SyslogCapture::clear();
     constexpr int threads = 4;
@@ -139,7 +139,7 @@ TEST(GuiLogger, serves_several_threads_while_the_file_is_rewritten) {
     EXPECT_EQ(SyslogCapture::lines().size(), static_cast<std::size_t>(threads * lines_each));
 }
 
-TEST(GuiLogger, survives_a_file_that_is_rewritten_in_place) {
+TEST(GuiLogger, SurvivesAFileThatIsRewrittenInPlace) {
     ConfigFile config("diagnostics.level = 2\n");
     SyslogCapture::clear();
     std::atomic<bool> ready{false};

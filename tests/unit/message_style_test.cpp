@@ -144,7 +144,7 @@ testing::AssertionResult in_order(const std::string& text,
     return testing::AssertionSuccess();
 }
 
-TEST(Safety, every_place_is_powered_off_cooled_opened_and_closed_in_this_order) {
+TEST(Safety, EveryPlaceIsPoweredOffCooledOpenedAndClosedInThisOrder) {
     for (const auto& place : PLACES) {
         int opened = 0;
         for (const auto& [id, text] : own_bodies()) {
@@ -175,7 +175,7 @@ bool ends_with(const std::string& text, std::size_t end, const std::string& sent
            text.compare(end - sentence.size(), sentence.size(), sentence) == 0;
 }
 
-TEST(Safety, no_cover_opens_in_other_words) {
+TEST(Safety, NoCoverOpensInOtherWords) {
     const std::regex warned("^pen the printer cover\\. Do not touch the [^.]*\\. It can be hot\\."
                             "|^pen the laminator cover\\. Do not reach past the supply\\. The "
                             "heated rollers can be hot");
@@ -195,7 +195,7 @@ TEST(Safety, no_cover_opens_in_other_words) {
 }
 
 // Whoever pulls at a supply or a card under the printer cover has the hand beside the printhead.
-TEST(Safety, the_printhead_is_named_where_a_hand_goes_under_the_printer_cover) {
+TEST(Safety, ThePrintheadIsNamedWhereAHandGoesUnderThePrinterCover) {
     int hands = 0;
     for (const auto& [id, text] : own_bodies()) {
         for (const auto at : places_of(text, NO_TOOLS)) {
@@ -219,7 +219,7 @@ TEST(Safety, the_printhead_is_named_where_a_hand_goes_under_the_printer_cover) {
 }
 
 // A torn supply winds around what is hot, and holds a card there.
-TEST(Safety, torn_supplies_come_out_with_the_power_off) {
+TEST(Safety, TornSuppliesComeOutWithThePowerOff) {
     int under_power = 0;
     for (const auto& [id, text] : own_bodies()) {
         const auto steps = text.find("\n1. ");
@@ -242,7 +242,7 @@ TEST(Safety, torn_supplies_come_out_with_the_power_off) {
     }
 }
 
-TEST(Safety, nobody_reaches_into_a_module_from_its_trays) {
+TEST(Safety, NobodyReachesIntoAModuleFromItsTrays) {
     const std::regex tray("(Remove all cards from|Check) the [^.]* of the (laser|embosser)[ .]");
     int trays = 0;
     for (const auto& [id, text] : own_bodies()) {
@@ -256,14 +256,14 @@ TEST(Safety, nobody_reaches_into_a_module_from_its_trays) {
     EXPECT_GE(trays, 7);
 }
 
-TEST(Safety, looking_at_supplies_comes_with_a_warning) {
+TEST(Safety, LookingAtSuppliesComesWithAWarning) {
     EXPECT_TRUE(holds(get_message_text(1113), "not seated. Do not touch hot parts."));
     EXPECT_TRUE(holds(get_message_text(1518), "are installed. Do not touch hot parts."));
     EXPECT_TRUE(holds(get_message_text(1224), "Do not open a cover yet."));
 }
 
 // A module with a power switch of its own stays as it was when only the printer is restarted.
-TEST(Safety, modules_are_powered_off_with_the_printer) {
+TEST(Safety, ModulesArePoweredOffWithThePrinter) {
     const std::regex module("\\b(embosser|laminator|laser|LCM|RIM|rear module)\\b");
     int texts = 0;
     for (const auto& [id, text] : own_bodies()) {
@@ -277,7 +277,7 @@ TEST(Safety, modules_are_powered_off_with_the_printer) {
     EXPECT_GT(texts, 50);
 }
 
-TEST(Safety, what_going_on_would_damage_stays_off) {
+TEST(Safety, WhatGoingOnWouldDamageStaysOff) {
     for (const int id : {1104, 1125, 1196, 1211, 1228, 1229, 1230, 1263, 1267, 1313, 1315}) {
         const auto last = steps_of(get_message_text(id)).back();
         EXPECT_TRUE(std::regex_search(
@@ -288,7 +288,7 @@ TEST(Safety, what_going_on_would_damage_stays_off) {
     }
 }
 
-TEST(Safety, nobody_uses_tools) {
+TEST(Safety, NobodyUsesTools) {
     for (const auto& [id, text] : own_bodies()) {
         EXPECT_EQ(places_of(text, "by hand").size(), places_of(text, NO_TOOLS).size())
             << "id " << id;
@@ -296,7 +296,7 @@ TEST(Safety, nobody_uses_tools) {
 }
 
 // But for a card that sticks out, which is pulled from outside.
-TEST(Safety, the_power_is_off_before_a_hand_reaches_a_card) {
+TEST(Safety, ThePowerIsOffBeforeAHandReachesACard) {
     for (const auto& [id, text] : own_bodies()) {
         for (const auto at : places_of(text, NO_TOOLS)) {
             const auto step = text.rfind('\n', at) + 1;
@@ -307,7 +307,7 @@ TEST(Safety, the_power_is_off_before_a_hand_reaches_a_card) {
     }
 }
 
-TEST(Safety, modules_are_powered_off_before_they_are_attached) {
+TEST(Safety, ModulesArePoweredOffBeforeTheyAreAttached) {
     for (const auto& [id, text] : own_bodies()) {
         for (const char* work : {" is attached", " are connected.", "its cable is connected."}) {
             for (const auto at : places_of(text, work)) {
@@ -319,7 +319,7 @@ TEST(Safety, modules_are_powered_off_before_they_are_attached) {
     }
 }
 
-TEST(Closing, a_card_is_printed_again_only_if_its_job_does_not_continue) {
+TEST(Closing, ACardIsPrintedAgainOnlyIfItsJobDoesNotContinue) {
     for (const auto& [id, text] : own_bodies()) {
         const auto rest =
             lower_case(without(text, {AGAIN, AGAIN_UNLESS_FOUND,
@@ -334,7 +334,7 @@ TEST(Closing, a_card_is_printed_again_only_if_its_job_does_not_continue) {
 
 // Powering off can lose the job. Where no card is at stake, or the printer stays off, nothing
 // follows.
-TEST(Closing, what_becomes_of_the_job_is_said_behind_every_power_off) {
+TEST(Closing, WhatBecomesOfTheJobIsSaidBehindEveryPowerOff) {
     const std::set<int> no_card{1134, 1148};
     for (const auto& [id, text] : own_bodies()) {
         const auto last = text.rfind(POWER_OFF);
@@ -348,7 +348,7 @@ TEST(Closing, what_becomes_of_the_job_is_said_behind_every_power_off) {
     }
 }
 
-TEST(Closing, a_waiting_printer_is_sent_on_with_its_user_button_first) {
+TEST(Closing, AWaitingPrinterIsSentOnWithItsUserButtonFirst) {
     for (const int id : {1110, 1111, 1112, 1113, 1120, 1123, 1124, 1132, 1133, 1141, 1142,
                          1152, 1153, 1166, 1170, 1171, 1172, 1202, 1207, 1237, 1242, 1255,
                          1256, 1271, 1272, 1275, 1277, 1307, 1316, 1322, 1325, 1329}) {
@@ -365,14 +365,14 @@ TEST(Closing, a_waiting_printer_is_sent_on_with_its_user_button_first) {
     }
 }
 
-TEST(Closing, a_corrected_job_takes_the_place_of_the_failed_one) {
+TEST(Closing, ACorrectedJobTakesThePlaceOfTheFailedOne) {
     for (const auto& [id, text] : own_bodies()) {
         const auto rest = without(text, {CORRECTED, NO_SAME_CARD});
         EXPECT_FALSE(std::regex_search(rest, std::regex("[Ss]end |corrected"))) << "id " << id;
     }
 }
 
-TEST(Closing, a_card_taken_out_of_the_machine_is_not_used_again) {
+TEST(Closing, ACardTakenOutOfTheMachineIsNotUsedAgain) {
     for (const auto& [id, text] : own_bodies()) {
         const bool takes_out = std::regex_search(
             text, std::regex("[Rr]emove (any|all|the|the jammed) cards?\\b[^.]* by hand"));
@@ -384,7 +384,7 @@ TEST(Closing, a_card_taken_out_of_the_machine_is_not_used_again) {
 
 // Whoever gets the card out in one step skips the next one, and must not miss what it says of
 // cards.
-TEST(Closing, a_card_that_a_hand_pulls_out_is_rejected_on_both_ways) {
+TEST(Closing, ACardThatAHandPullsOutIsRejectedOnBothWays) {
     int ways = 0;
     for (const auto& [id, text] : own_bodies()) {
         const auto steps = steps_of(text);
@@ -404,13 +404,13 @@ TEST(Closing, a_card_that_a_hand_pulls_out_is_rejected_on_both_ways) {
 }
 
 // Such a card can look finished.
-TEST(Closing, a_card_that_could_not_be_encoded_is_rejected) {
+TEST(Closing, ACardThatCouldNotBeEncodedIsRejected) {
     EXPECT_TRUE(holds(get_message_text(1105), "1. " + FAILED_CARD));
     EXPECT_TRUE(holds(get_message_text(1233), "If it is damaged, reject the card and load a new "
                                               "one."));
 }
 
-TEST(Closing, the_same_card_can_be_gone) {
+TEST(Closing, TheSameCardCanBeGone) {
     int waiting = 0;
     for (const auto& [id, text] : own_bodies()) {
         for (const auto at : places_of(text, "Do not use a new card.")) {
@@ -424,7 +424,7 @@ TEST(Closing, the_same_card_can_be_gone) {
 }
 
 // Where the card can have left the machine, or a hand takes it out near an exit.
-TEST(Closing, a_card_that_can_be_finished_is_looked_for_first) {
+TEST(Closing, ACardThatCanBeFinishedIsLookedForFirst) {
     const std::regex outside("heck the (output hopper|card output|opening)"
                              "|Remove all cards from the (output hopper|card output|card stack)"
                              "|sticks out of the|opened during the job");
@@ -444,7 +444,7 @@ TEST(Closing, a_card_that_can_be_finished_is_looked_for_first) {
     }
 }
 
-TEST(Closing, a_request_is_repeated_in_the_end) {
+TEST(Closing, ARequestIsRepeatedInTheEnd) {
     for (const auto& [id, text] : own_bodies()) {
         if (holds(text, "the request was not carried out")) {
             EXPECT_TRUE(holds(text.substr(text.rfind(POWER_OFF)), "epeat the request."))
@@ -453,14 +453,14 @@ TEST(Closing, a_request_is_repeated_in_the_end) {
     }
 }
 
-TEST(Remedy, one_title_has_one_advice) {
+TEST(Remedy, OneTitleHasOneAdvice) {
     const auto first = steps_of(get_message_text(1195));
     EXPECT_EQ(first, steps_of(get_message_text(1300)));
     EXPECT_EQ(first.size(), 4U);
 }
 
 // A supply whose tag was not read sits loose more often than it is a wrong one.
-TEST(Remedy, an_unknown_supply_is_pushed_in_before_a_new_one_is_bought) {
+TEST(Remedy, AnUnknownSupplyIsPushedInBeforeANewOneIsBought) {
     const std::regex reseated(
         "undamaged tag[^.]*, push it in until it is seated\\. Otherwise install (such a|one that "
         "has an undamaged tag)"
@@ -476,7 +476,7 @@ TEST(Remedy, an_unknown_supply_is_pushed_in_before_a_new_one_is_bought) {
     EXPECT_EQ(supplies, 11);
 }
 
-TEST(Closing, rejected_cards_are_accounted_for) {
+TEST(Closing, RejectedCardsAreAccountedFor) {
     int trays = 0;
     for (const auto& [id, text] : own_bodies()) {
         if (std::regex_search(text, std::regex("Remove all cards from the [^.]*reject tray"))) {
@@ -491,13 +491,13 @@ TEST(Closing, rejected_cards_are_accounted_for) {
 }
 
 // The title of a box is the printer's name; what the catalogue calls a title is its first line.
-TEST(Wording, nobody_is_sent_to_the_title) {
+TEST(Wording, NobodyIsSentToTheTitle) {
     for (const auto& [id, text] : own_bodies()) {
         EXPECT_FALSE(holds(lower_case(text), "title")) << "id " << id;
     }
 }
 
-TEST(Wording, modules_with_initials_are_named_in_full_once) {
+TEST(Wording, ModulesWithInitialsAreNamedInFullOnce) {
     for (const auto& [id, text] : own_bodies()) {
         EXPECT_EQ(places_of(text, "RIM (rear insertion module)").size(),
                   holds(text, "RIM") ? 1U : 0U)
@@ -508,7 +508,7 @@ TEST(Wording, modules_with_initials_are_named_in_full_once) {
 }
 
 // Longer ones would not fit their box in a translation.
-TEST(Wording, bodies_are_short) {
+TEST(Wording, BodiesAreShort) {
     for (const auto& [id, text] : own_bodies()) {
         EXPECT_LE(text.size(), 657U) << "id " << id;
     }
@@ -546,7 +546,7 @@ std::vector<std::string> forbidden_words() {
     return words;
 }
 
-TEST(Wording, one_thing_has_one_name) {
+TEST(Wording, OneThingHasOneName) {
     const auto words = forbidden_words();
     ASSERT_GT(words.size(), 100U);
     for (const auto& word : words) {
@@ -558,7 +558,7 @@ TEST(Wording, one_thing_has_one_name) {
     }
 }
 
-TEST(Wording, is_what_the_glossary_says) {
+TEST(Wording, IsWhatTheGlossarySays) {
     const auto page = glossary();
     std::vector<std::string> phrases{NO_TOOLS,    UNFINISHED,
                                      POWER_OFF,   USER_BUTTON,

@@ -20,7 +20,7 @@ bool counts(const PressGuard& guard, const PointerMoment& press,
     return guard.find_objection(shown, press, LIMITS).empty();
 }
 
-TEST(PressGuardTest, APointerThatRestedSinceTheBoxCameDoesNotCount) {
+TEST(PressGuard, APointerThatRestedSinceTheBoxCameDoesNotCount) {
     for (const int milliseconds : {0, 20, 80, 250, 399, 400}) {
         EXPECT_FALSE(counts({}, later(SHOWN, milliseconds), SHOWN)) << milliseconds;
     }
@@ -28,31 +28,31 @@ TEST(PressGuardTest, APointerThatRestedSinceTheBoxCameDoesNotCount) {
               "the box came up under the pointer");
 }
 
-TEST(PressGuardTest, CountsWhenTheDoubleClickTimeIsOver) {
+TEST(PressGuard, CountsWhenTheDoubleClickTimeIsOver) {
     EXPECT_TRUE(counts({}, later(SHOWN, 401), SHOWN));
 }
 
-TEST(PressGuardTest, APressFromBeforeTheBoxCameDoesNotCount) {
+TEST(PressGuard, APressFromBeforeTheBoxCameDoesNotCount) {
     EXPECT_FALSE(counts({}, later(SHOWN, -30), SHOWN)) << "it waited in the queue";
 }
 
-TEST(PressGuardTest, ATremblingHandHasNotMoved) {
+TEST(PressGuard, ATremblingHandHasNotMoved) {
     EXPECT_FALSE(counts({}, later(SHOWN, 50, 8, -8), SHOWN));
     EXPECT_FALSE(counts({}, later(SHOWN, 50, -8, 8), SHOWN));
 }
 
-TEST(PressGuardTest, APointerThatMovedOntoTheButtonCountsAtOnce) {
+TEST(PressGuard, APointerThatMovedOntoTheButtonCountsAtOnce) {
     for (const auto& press : {later(SHOWN, 1, 8.5, 0), later(SHOWN, 1, 0, 8.5),
                               later(SHOWN, 1, -8.5, 0), later(SHOWN, 1, 0, -8.5)}) {
         EXPECT_TRUE(counts({}, press, SHOWN)) << press.x << " " << press.y;
     }
 }
 
-TEST(PressGuardTest, WhereThePointerWasMayBeUnknown) {
+TEST(PressGuard, WhereThePointerWasMayBeUnknown) {
     EXPECT_TRUE(counts({}, later(SHOWN, 1)));
 }
 
-TEST(PressGuardTest, ASecondPressAtTheSamePlaceIsTheSecondHalfOfADoubleClick) {
+TEST(PressGuard, ASecondPressAtTheSamePlaceIsTheSecondHalfOfADoubleClick) {
     PressGuard guard;
     guard.answered(SHOWN);
     for (const int milliseconds : {0, 80, 320, 400}) {
@@ -65,13 +65,13 @@ TEST(PressGuardTest, ASecondPressAtTheSamePlaceIsTheSecondHalfOfADoubleClick) {
     EXPECT_TRUE(counts(guard, later(SHOWN, 80, 0, -5.5)));
 }
 
-TEST(PressGuardTest, ABoxThatWasLongOnTheScreenIsProtectedFromTheSecondHalfToo) {
+TEST(PressGuard, ABoxThatWasLongOnTheScreenIsProtectedFromTheSecondHalfToo) {
     PressGuard guard;
     guard.answered(later(SHOWN, 60000));
     EXPECT_FALSE(counts(guard, later(SHOWN, 60100), SHOWN));
 }
 
-TEST(PressGuardTest, ThirdClickIsJudgedByTheLastAnswer) {
+TEST(PressGuard, ThirdClickIsJudgedByTheLastAnswer) {
     PressGuard guard;
     guard.answered(SHOWN);
     guard.answered(later(SHOWN, 1000, 100, 0));
@@ -79,7 +79,7 @@ TEST(PressGuardTest, ThirdClickIsJudgedByTheLastAnswer) {
     EXPECT_FALSE(counts(guard, later(SHOWN, 1100, 100, 0)));
 }
 
-TEST(PressGuardTest, ObeysTheDesktopsSettings) {
+TEST(PressGuard, ObeysTheDesktopsSettings) {
     const PressLimits slow_hand{900, 20, 30};
     PressGuard guard;
     guard.answered(SHOWN);

@@ -192,7 +192,7 @@ TEST_F(PressWatchTest, WhatComesWithoutMouseAndTouchCountsAtOnceAndIsNoFirstHalf
     EXPECT_THAT(log_texts(), IsEmpty());
 }
 
-TEST(WatchPressesTest, NothingToWatchIsNoFault) {
+TEST(WatchPresses, NothingToWatchIsNoFault) {
     watch_presses(nullptr, nullptr);
 }
 

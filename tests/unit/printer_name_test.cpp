@@ -56,24 +56,24 @@ protected:
     GtkWidget* m_column = nullptr;
 };
 
-TEST_F(PrinterNameTest, is_left_to_the_title_bar_of_the_window_manager) {
+TEST_F(PrinterNameTest, IsLeftToTheTitleBarOfTheWindowManager) {
     show("Front desk");
     EXPECT_EQ(first_line(), "");
 }
 
-TEST_F(PrinterNameTest, is_left_to_a_title_bar_that_gtk_draws) {
+TEST_F(PrinterNameTest, IsLeftToATitleBarThatGtkDraws) {
     gtk_window_set_titlebar(GTK_WINDOW(m_box), gtk_header_bar_new());
     show("Front desk");
     EXPECT_EQ(first_line(), "");
 }
 
-TEST_F(PrinterNameTest, is_in_the_box_where_there_is_no_title_bar) {
+TEST_F(PrinterNameTest, IsInTheBoxWhereThereIsNoTitleBar) {
     gtk_window_set_decorated(GTK_WINDOW(m_box), FALSE);
     show("Front <b>desk</b> & more");
     EXPECT_EQ(first_line(), "Front <b>desk</b> & more");
 }
 
-TEST_F(PrinterNameTest, makes_the_box_no_wider) {
+TEST_F(PrinterNameTest, MakesTheBoxNoWider) {
     gtk_window_set_decorated(GTK_WINDOW(m_box), FALSE);
     gtk_window_set_default_size(GTK_WINDOW(m_box), 300, 100);
     show(std::string(5000, 'x'));
@@ -82,7 +82,7 @@ TEST_F(PrinterNameTest, makes_the_box_no_wider) {
     EXPECT_EQ(width, 300);
 }
 
-TEST_F(PrinterNameTest, takes_no_line_when_it_is_empty) {
+TEST_F(PrinterNameTest, TakesNoLineWhenItIsEmpty) {
     gtk_window_set_decorated(GTK_WINDOW(m_box), FALSE);
     show("");
     auto* children = gtk_container_get_children(GTK_CONTAINER(m_column));
@@ -90,7 +90,7 @@ TEST_F(PrinterNameTest, takes_no_line_when_it_is_empty) {
     g_list_free(children);
 }
 
-TEST_F(PrinterNameTest, is_not_looked_for_in_a_box_that_is_gone) {
+TEST_F(PrinterNameTest, IsNotLookedForInABoxThatIsGone) {
     auto* other = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_container_add(GTK_CONTAINER(other), gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
     show_printer_name_without_title_bar(other, "Back office");

@@ -51,7 +51,7 @@ protected:
     StatusDelivery delivery{waiting};
 };
 
-TEST(IsSameErrorTest, LooksAtTheActionAndAllSixTexts) {
+TEST(IsSameError, LooksAtTheActionAndAllSixTexts) {
     const auto error = make_error();
     EXPECT_TRUE(is_same_error(error, make_error()));
     auto other_action = error;

@@ -143,7 +143,7 @@ void for_each_history(std::size_t longest, const std::function<void(const std::s
     }
 }
 
-TEST(TypingGuard, follows_the_rule_in_every_history_of_up_to_six_events) {
+TEST(TypingGuard, FollowsTheRuleInEveryHistoryOfUpToSixEvents) {
     std::size_t refused = 0;
     for_each_history(6, [&refused](const std::string& history) {
         const auto guard = guard_after(history);
@@ -155,53 +155,53 @@ TEST(TypingGuard, follows_the_rule_in_every_history_of_up_to_six_events) {
     EXPECT_GT(refused, 1000U); // both answers were asked for
 }
 
-TEST(TypingGuard, takes_keys_of_who_turned_to_an_old_box) {
+TEST(TypingGuard, TakesKeysOfWhoTurnedToAnOldBox) {
     EXPECT_TRUE(guard_after("oc").keys_count());
     EXPECT_TRUE(guard_after("ocgc").keys_count());
 }
 
-TEST(TypingGuard, takes_no_keys_where_the_focus_came_with_the_box) {
+TEST(TypingGuard, TakesNoKeysWhereTheFocusCameWithTheBox) {
     EXPECT_FALSE(guard_after("c").keys_count());
     EXPECT_FALSE(guard_after("co").keys_count()); // the box grows old, and the typing goes on
 }
 
-TEST(TypingGuard, takes_no_keys_where_the_focus_fell_to_an_old_box) {
+TEST(TypingGuard, TakesNoKeysWhereTheFocusFellToAnOldBox) {
     EXPECT_FALSE(guard_after("od").keys_count());
     EXPECT_FALSE(guard_after("ocgd").keys_count()); // that somebody had turned to before
     EXPECT_FALSE(guard_after("oagd").keys_count());
     EXPECT_FALSE(guard_after("odpgd").keys_count());
 }
 
-TEST(TypingGuard, takes_no_keys_where_it_turns_out_that_the_focus_fell) {
+TEST(TypingGuard, TakesNoKeysWhereItTurnsOutThatTheFocusFell) {
     EXPECT_FALSE(guard_after("ocw").keys_count());
     EXPECT_TRUE(guard_after("ocfw").keys_count()); // what goes now does not move it
     EXPECT_TRUE(guard_after("ocaw").keys_count());
 }
 
-TEST(TypingGuard, takes_keys_after_a_pause) {
+TEST(TypingGuard, TakesKeysAfterAPause) {
     EXPECT_TRUE(guard_after("cp").keys_count());
     EXPECT_TRUE(guard_after("odp").keys_count());
     EXPECT_TRUE(guard_after("cpogc").keys_count());
 }
 
-TEST(TypingGuard, takes_no_keys_that_only_came_late) {
+TEST(TypingGuard, TakesNoKeysThatOnlyCameLate) {
     EXPECT_FALSE(guard_after("cpl").keys_count());
     EXPECT_TRUE(guard_after("cplp").keys_count());
     EXPECT_TRUE(guard_after("cpal").keys_count());
 }
 
-TEST(TypingGuard, takes_no_keys_where_the_focus_comes_back_to_a_box_that_nobody_turned_to) {
+TEST(TypingGuard, TakesNoKeysWhereTheFocusComesBackToABoxThatNobodyTurnedTo) {
     EXPECT_FALSE(guard_after("cogc").keys_count());
     EXPECT_FALSE(guard_after("cogpc").keys_count()); // somebody paused elsewhere
 }
 
-TEST(TypingGuard, takes_keys_at_once_where_somebody_asked_for_the_box) {
+TEST(TypingGuard, TakesKeysAtOnceWhereSomebodyAskedForTheBox) {
     EXPECT_TRUE(guard_after("ac").keys_count());
     EXPECT_TRUE(guard_after("ad").keys_count());
     EXPECT_TRUE(guard_after("ca").keys_count());
 }
 
-TEST(TypingGuard, waits_for_a_blink_where_the_box_before_was_answered_with_the_keyboard) {
+TEST(TypingGuard, WaitsForABlinkWhereTheBoxBeforeWasAnsweredWithTheKeyboard) {
     EXPECT_FALSE(guard_after("on").keys_count());
     EXPECT_EQ(guard_after("on").get_pause_milliseconds(), BLINK_MILLISECONDS);
     EXPECT_EQ(guard_after("ogdgn").get_pause_milliseconds(), BLINK_MILLISECONDS);
@@ -211,19 +211,19 @@ TEST(TypingGuard, waits_for_a_blink_where_the_box_before_was_answered_with_the_k
     }
 }
 
-TEST(TypingGuard, refuses_no_keys_that_come_without_the_focus) {
+TEST(TypingGuard, RefusesNoKeysThatComeWithoutTheFocus) {
     EXPECT_TRUE(guard_after("").keys_count());
     EXPECT_FALSE(guard_after("").waits_for_pause());
 }
 
 constexpr bool SEES_ALL = true;
 
-TEST(FocusWitness, takes_a_person_for_the_source_only_when_nothing_can_have_gone) {
+TEST(FocusWitness, TakesAPersonForTheSourceOnlyWhenNothingCanHaveGone) {
     EXPECT_EQ(FocusWitness().find_source(SEES_ALL), FocusSource::PERSON);
     EXPECT_EQ(FocusWitness().find_source(!SEES_ALL), FocusSource::DESKTOP);
 }
 
-TEST(FocusWitness, takes_the_desktop_for_the_source_for_a_while_after_a_window_went) {
+TEST(FocusWitness, TakesTheDesktopForTheSourceForAWhileAfterAWindowWent) {
     FocusWitness witness;
     witness.window_went();
     EXPECT_EQ(witness.find_source(SEES_ALL), FocusSource::DESKTOP);
@@ -231,7 +231,7 @@ TEST(FocusWitness, takes_the_desktop_for_the_source_for_a_while_after_a_window_w
     EXPECT_EQ(witness.find_source(SEES_ALL), FocusSource::PERSON);
 }
 
-TEST(FocusWitness, knows_for_a_while_that_a_key_has_answered_a_box) {
+TEST(FocusWitness, KnowsForAWhileThatAKeyHasAnsweredABox) {
     for (const bool sees_all_windows : {true, false}) {
         FocusWitness witness;
         witness.answered_with_key();

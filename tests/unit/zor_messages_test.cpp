@@ -402,13 +402,13 @@ bool wants_empty_lines(int id) {
     return (id >= 1100 && id <= 1153) || id == 1170 || (id >= 1500 && id <= 1510);
 }
 
-TEST(Catalogue, holds_every_fixed_text_exactly) {
+TEST(Catalogue, HoldsEveryFixedTextExactly) {
     for (const auto& [id, text] : expected_fixed_texts()) {
         EXPECT_EQ(get_message_text(id), text) << "id " << id;
     }
 }
 
-TEST(Catalogue, holds_431_texts_and_no_other_id) {
+TEST(Catalogue, Holds431TextsAndNoOtherId) {
     std::set<int> expected = body_ids();
     for (const auto& [id, text] : expected_fixed_texts()) {
         expected.insert(id);
@@ -419,14 +419,14 @@ TEST(Catalogue, holds_431_texts_and_no_other_id) {
     }
 }
 
-TEST(Catalogue, answers_for_ids_that_it_does_not_hold) {
+TEST(Catalogue, AnswersForIdsThatItDoesNotHold) {
     for (const int id : {0, 1, 16, 99, 226, 1000, 1999, 2001, 42, -7, 523, 999, 2147483647,
                          -2147483647 - 1, IDS_PYTHON_ORIGINATED_BASE}) {
         EXPECT_EQ(get_message_text(id), unknown_text(id));
     }
 }
 
-TEST(Catalogue, names_consecutive_ids) {
+TEST(Catalogue, NamesConsecutiveIds) {
     EXPECT_EQ(IDS_PYTHON_ORIGINATED_BASE, -1000000);
     EXPECT_EQ(IDS_RETRY, -999993);
     EXPECT_EQ(IDS_CANCEL, -999992);
@@ -446,7 +446,7 @@ TEST(Catalogue, names_consecutive_ids) {
     EXPECT_EQ(IDS_PRINTER_ERROR_DIALOG_TITLE, -999950);
 }
 
-TEST(Catalogue, passes_every_text_through_the_translation) {
+TEST(Catalogue, PassesEveryTextThroughTheTranslation) {
     EXPECT_EQ(get_message_text(IDS_RETRY), "Retry");
     const Translation translation(
         Translation::Texts{{"Retry", "Nochmal"}, {"UNEXPECTED_TEXT_KEY:", "Kein Text:"}});
@@ -455,7 +455,7 @@ TEST(Catalogue, passes_every_text_through_the_translation) {
     EXPECT_EQ(get_message_text(42), "Kein Text:42");
 }
 
-TEST(Bodies, explain_themselves_in_plain_characters) {
+TEST(Bodies, ExplainThemselvesInPlainCharacters) {
     for (const int id : free_body_ids()) {
         const auto text = get_message_text(id);
         EXPECT_GE(text.size(), 20U) << "id " << id;
@@ -471,7 +471,7 @@ TEST(Bodies, explain_themselves_in_plain_characters) {
     }
 }
 
-TEST(Bodies, have_no_stray_blanks) {
+TEST(Bodies, HaveNoStrayBlanks) {
     for (const int id : free_body_ids()) {
         const auto text = get_message_text(id);
         for (const char* stray : {"  ", " \n", "\n ", "\n\n\n"}) {
@@ -482,7 +482,7 @@ TEST(Bodies, have_no_stray_blanks) {
     }
 }
 
-TEST(Bodies, separate_paragraphs_by_empty_lines_in_the_old_ranges_only) {
+TEST(Bodies, SeparateParagraphsByEmptyLinesInTheOldRangesOnly) {
     for (const int id : free_body_ids()) {
         const auto lines = split_lines(get_message_text(id));
         for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -492,7 +492,7 @@ TEST(Bodies, separate_paragraphs_by_empty_lines_in_the_old_ranges_only) {
     }
 }
 
-TEST(Bodies, number_their_steps_without_gaps) {
+TEST(Bodies, NumberTheirStepsWithoutGaps) {
     for (const int id : free_body_ids()) {
         int last = 0;
         for (const auto& line : split_lines(get_message_text(id))) {
@@ -509,7 +509,7 @@ TEST(Bodies, number_their_steps_without_gaps) {
 }
 
 // Which buttons a box has depends on the severity, not on the code.
-TEST(Bodies, send_nobody_to_a_button_of_the_box) {
+TEST(Bodies, SendNobodyToAButtonOfTheBox) {
     for (const int id : free_body_ids()) {
         auto text = get_message_text(id);
         std::transform(text.begin(), text.end(), text.begin(),
@@ -522,7 +522,7 @@ TEST(Bodies, send_nobody_to_a_button_of_the_box) {
     }
 }
 
-TEST(Bodies, are_shared_in_the_given_groups_only) {
+TEST(Bodies, AreSharedInTheGivenGroupsOnly) {
     std::map<int, int> group_of;
     for (const auto& group : SHARED_BODIES) {
         for (const int id : group) {
@@ -538,7 +538,7 @@ TEST(Bodies, are_shared_in_the_given_groups_only) {
     }
 }
 
-TEST(Bodies, name_the_design_tool_of_the_laser_templates) {
+TEST(Bodies, NameTheDesignToolOfTheLaserTemplates) {
     EXPECT_EQ(
         get_message_text(1252).find("There is an error in the Vexlio or image generator template."),
         0U);
@@ -587,7 +587,7 @@ std::vector<Mapping> expected_mapping() {
     return rows;
 }
 
-TEST(ErrorCodeMapping, has_222_rows_in_ascending_order) {
+TEST(ErrorCodeMapping, Has222RowsInAscendingOrder) {
     const auto expected = expected_mapping();
     const auto built = build_printer_error_code_mapping();
     EXPECT_EQ(expected.size(), 222U);
@@ -597,7 +597,7 @@ TEST(ErrorCodeMapping, has_222_rows_in_ascending_order) {
     }
 }
 
-TEST(ErrorCodeMapping, finds_the_known_codes_and_no_other) {
+TEST(ErrorCodeMapping, FindsTheKnownCodesAndNoOther) {
     std::map<int, Mapping> expected;
     for (const auto& row : expected_mapping()) {
         expected[row.code] = row;
@@ -608,7 +608,7 @@ TEST(ErrorCodeMapping, finds_the_known_codes_and_no_other) {
     }
 }
 
-TEST(ErrorCodeMapping, names_only_texts_that_exist) {
+TEST(ErrorCodeMapping, NamesOnlyTextsThatExist) {
     for (const auto& row : build_printer_error_code_mapping()) {
         for (const int id : {row.title_text_message_id, row.body_text_message_id}) {
             EXPECT_NE(get_message_text(id), unknown_text(id)) << "code " << row.printer_error_code;
@@ -639,13 +639,13 @@ int count_builders_of_the_table() {
     return builders;
 }
 
-TEST(ErrorCodeMapping, is_built_once_for_all_threads) {
+TEST(ErrorCodeMapping, IsBuiltOnceForAllThreads) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(std::_Exit(count_builders_of_the_table() == 1 ? 0 : 1), testing::ExitedWithCode(0),
                 "");
 }
 
-TEST(ErrorCodeMapping, starts_with_zeros_and_appends) {
+TEST(ErrorCodeMapping, StartsWithZerosAndAppends) {
     EXPECT_EQ(as_row({}), (Mapping{0, 0, 0}));
     std::vector<printer_error_code_mapping_entry> v;
     add_message_map_entry(v, 1, 2, 3);

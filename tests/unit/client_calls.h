@@ -312,12 +312,3 @@ inline bool has_descriptors(std::ptrdiff_t count) {
 }
 
 constexpr int MANY = 1000;
-
-// Runs what must throw this text many times.
-inline void expect_no_leak_in_many_runs(const std::string& text, const std::function<void()>& run) {
-    const auto before = count_descriptors();
-    for (int i = 0; i < MANY; ++i) {
-        ASSERT_EQ(thrown_text(run), text) << "run " << i;
-    }
-    EXPECT_TRUE(has_descriptors(before)) << text << " left " << count_descriptors() - before;
-}

@@ -60,13 +60,11 @@ FakePeer::Script cut_at_every_offset(Ending ending) {
     };
 }
 
-} // namespace
-
-TEST(CutReplies, StatusReplyClosedAtEveryOffsetIsAnEmptyReceive) {
-    FakePeer peer(cut_at_every_offset(Ending::close));
+void expect_failure_at_every_offset(Ending ending, const std::string& text) {
+    FakePeer peer(cut_at_every_offset(ending));
     const auto before = count_descriptors();
     for (std::size_t offset = 0; offset < frame(DOCUMENT).size(); ++offset) {
-        ASSERT_EQ(thrown_text([] { get_updated_printer_status(nullptr); }), "Empty receive.")
+        ASSERT_EQ(thrown_text([] { get_updated_printer_status(nullptr); }), text)
             << "offset " << offset;
         ASSERT_NO_FATAL_FAILURE(expect_good_status()) << "offset " << offset;
     }
@@ -74,16 +72,14 @@ TEST(CutReplies, StatusReplyClosedAtEveryOffsetIsAnEmptyReceive) {
     EXPECT_TRUE(has_descriptors(before));
 }
 
+} // namespace
+
+TEST(CutReplies, StatusReplyClosedAtEveryOffsetIsAnEmptyReceive) {
+    expect_failure_at_every_offset(Ending::close, "Empty receive.");
+}
+
 TEST(CutReplies, StatusReplyResetAtEveryOffsetIsAFailedReceive) {
-    FakePeer peer(cut_at_every_offset(Ending::reset));
-    const auto before = count_descriptors();
-    for (std::size_t offset = 0; offset < frame(DOCUMENT).size(); ++offset) {
-        ASSERT_EQ(thrown_text([] { get_updated_printer_status(nullptr); }), "Receive failed.")
-            << "offset " << offset;
-        ASSERT_NO_FATAL_FAILURE(expect_good_status()) << "offset " << offset;
-    }
-    peer.finish();
-    EXPECT_TRUE(has_descriptors(before));
+    expect_failure_at_every_offset(Ending::reset, "Receive failed.");
 }
 
 TEST(CutReplies, CommandReplyClosedAtEveryOffsetIsAnEmptyReceiveAndIsNotRepeated) {
@@ -101,20 +97,6 @@ TEST(CutReplies, CommandReplyClosedAtEveryOffsetIsAnEmptyReceiveAndIsNotRepeated
     }
     peer.finish();
     EXPECT_FALSE(peer.has_connection());
-}
-
-TEST(CutReplies, LengthsShorterThanTheTextGiveItsBeginning) {
-    FakePeer peer([](FakePeer& self) {
-        for (std::size_t length = 0; length < DOCUMENT.size(); ++length) {
-            StatusConnections connections(self);
-            break_off(connections.exchange, length_prefix(length) + DOCUMENT, Ending::close);
-        }
-    });
-    for (std::size_t length = 0; length < DOCUMENT.size(); ++length) {
-        const auto status = get_updated_printer_status(nullptr);
-        ASSERT_EQ(status.raw_status_text, DOCUMENT.substr(0, length));
-        ASSERT_LE(status.errors.size(), 1U) << "length " << length;
-    }
 }
 
 TEST(Restarts, AServiceThatComesAndGoesThousandsOfTimesLeavesNothingBehind) {

@@ -622,6 +622,19 @@ TEST(LimitSizeTAsInt, CutsAtTheLargestInt) {
     EXPECT_EQ(limit_size_t_as_int(std::numeric_limits<std::size_t>::max()), 2147483647);
 }
 
+namespace {
+
+// Runs what must throw this text many times.
+void expect_no_leak_in_many_runs(const std::string& text, const std::function<void()>& run) {
+    const auto before = count_descriptors();
+    for (int i = 0; i < MANY; ++i) {
+        ASSERT_EQ(thrown_text(run), text) << "run " << i;
+    }
+    EXPECT_TRUE(has_descriptors(before)) << text << " left " << count_descriptors() - before;
+}
+
+} // namespace
+
 TEST(GUISocketHandles, AThousandFailedLookupsLeaveNone) {
     expect_no_leak_in_many_runs("Failed to lookup host.",
                                 [] { const GUISocket socket("localhost", SERVICE_PORT); });

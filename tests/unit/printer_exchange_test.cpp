@@ -1,4 +1,5 @@
-// One exchange with the printer service: request, reply, time-outs, lengths that lie, log.
+// One exchange with the printer service: request, reply, time-outs, lengths that lie, log. Replies
+// that break off have a test program of their own.
 
 #include <sys/mman.h>
 
@@ -112,41 +113,6 @@ TEST_F(ClientTest, ReplyMayTrickle) {
         return __real_recv(handle, data, std::min(size, std::size_t{1}), flags);
     };
     EXPECT_EQ(execute_printer_op("command"), "byte by byte");
-}
-
-TEST_F(ClientTest, ReplyMayComeInOneSegmentOrSeveral) {
-    EXPECT_EQ(exchange_with(frame("one segment")), "one segment");
-    FakePeer peer([](FakePeer& self) {
-        auto connection = self.accept();
-        connection.receive_frame();
-        connection.send(length_prefix(8).substr(0, 3));
-        connection.send(length_prefix(8).substr(3) + "sev");
-        connection.send("eral.");
-        connection.receive_rest();
-    });
-    EXPECT_EQ(execute_printer_op("command"), "several.");
-}
-
-TEST_F(ClientTest, ReplyThatStopsHalfWayIsAnEmptyReceive) {
-    for (const auto& answer :
-         {""s, "\x64\0\0"s, length_prefix(100), length_prefix(100) + std::string(40, 'x'),
-          length_prefix(100) + std::string(99, 'x')}) {
-        FakePeer peer([&answer](FakePeer& self) {
-            auto connection = self.accept();
-            connection.receive_frame();
-            connection.send(answer);
-        });
-        EXPECT_EQ(exchange_and_take_text(), "Empty receive.") << answer.size();
-    }
-}
-
-TEST_F(ClientTest, BrokenConnectionIsAFailedReceive) {
-    FakePeer peer([](FakePeer& self) {
-        auto connection = self.accept();
-        connection.receive_frame();
-        connection.reset();
-    });
-    EXPECT_EQ(exchange_and_take_text(), "Receive failed.");
 }
 
 TEST_F(ClientTest, NobodyListeningIsAFailedConnect) {

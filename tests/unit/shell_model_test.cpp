@@ -745,11 +745,6 @@ private:
     Turnstile& m_turnstile = Turnstile::make();
 };
 
-std::uint64_t read_environment(const char* name, std::uint64_t default_value) {
-    const char* text = std::getenv(name);
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : default_value;
-}
-
 TEST_F(ModelTest, RandomHistoriesGoAsTheModelSays) {
     const auto first_seed = read_environment("ZOR_MODEL_SEED", 1);
     const auto count = read_environment("ZOR_MODEL_HISTORIES", 100);

@@ -1,8 +1,7 @@
 // How the program starts: what the command line sets, when it detaches, what GTK gets to see. The
-// process is never left: forking and the main loop are replaced.
+// process is never left: forking and the main loop are replaced. What a person sees of the command
+// line is tested with the built program.
 
-#include <csignal>
-#include <cstdio>
 #include <exception>
 
 #include "shell_support.h"
@@ -146,46 +145,11 @@ TEST(ParseTextEasy, ThrowsForWhatIsNoNumber) {
     }
 }
 
-TEST_F(ShellStartTest, MakefileModeEndsAtOnceAndWinsOverALookup) {
-    EXPECT_EQ(look_up({"--in-makefile"}), "");
-    EXPECT_EQ(look_up({"--getstring", "36", "--in-makefile"}), "");
-    EXPECT_EQ(look_up({"--in-makefile", "--getstring=36"}), "");
-}
-
-TEST_F(ShellStartTest, AllFormsOfTheLookupAreTheSameRequest) {
-    EXPECT_EQ(look_up({"-g", "36"}), "OK\n");
-    EXPECT_EQ(look_up({"--getstring", "36"}), "OK\n");
-    EXPECT_EQ(look_up({"--getstring=36"}), "OK\n");
-    EXPECT_EQ(look_up({"-g", "1", "--getstring=36"}), "OK\n") << "the last one counts";
-    EXPECT_THAT(logged_by("zor_main"), testing::Contains("looked up string: 36=OK"));
-}
-
-TEST_F(ShellStartTest, LookupTakesTheNextArgumentWhole) {
-    EXPECT_EQ(look_up({"-g", "-999993"}), "Retry\n");
-    EXPECT_EQ(look_up({"--getstring", "36x"}), "OK\n");
-}
-
-TEST_F(ShellStartTest, LookupOfAnUnknownIdSaysSo) {
-    EXPECT_EQ(look_up({"-g", "4711"}), "UNEXPECTED_TEXT_KEY:4711\n");
-}
-
 TEST_F(ShellStartTest, LookupOfAnEmptyTextPrintsNull) {
     const Translation translation(Translation::Texts{{"OK", ""}, {"Retry", "Nochmal"}});
     EXPECT_EQ(look_up({"-g", "36"}), "null\n");
     EXPECT_THAT(logged_by("zor_main"), testing::Contains("looked up string: 36="));
     EXPECT_EQ(look_up({"-g", "-999993"}), "Nochmal\n");
-}
-
-TEST_F(ShellStartTest, LookupOfWhatIsNoNumberThrows) {
-    EXPECT_EQ(thrown_text([] { start_program({"-g", "x"}); }), "Failed to parse x.");
-}
-
-TEST_F(ShellStartTest, LookupOptionWithoutItsValueStartsTheGui) {
-    for (const std::string option : {"-g", "--getstring", "--getstring="}) {
-        Start::runs = 0;
-        EXPECT_EQ(start_program({option}), 0);
-        EXPECT_EQ(Start::runs, 1) << option;
-    }
 }
 
 TEST_F(ShellStartTest, DetachesIntoASessionOfItsOwn) {
@@ -258,35 +222,11 @@ TEST_F(ShellStartTest, ALaterOptionOverridesAnEarlierOne) {
     EXPECT_EQ(global_gui_state.simulate_error, "4");
 }
 
-TEST_F(ShellStartTest, ANumberOfBoxesThatIsNoneIsThrown) {
-    EXPECT_EQ(thrown_text([] { start_program({"--valgrind-num-boxes="}); }), "Failed to parse .");
-    EXPECT_EQ(thrown_text([] { start_program({"--valgrind-num-boxes=x"}); }), "Failed to parse x.");
-    EXPECT_EQ(Start::runs, 0);
-}
-
 TEST_F(ShellStartTest, LogsItsStartAndItsEnd) {
     Start::run_status = 7;
     start_program({"--no-fork"});
     EXPECT_THAT(logged_by("zor_main"), ElementsAre("begin", "argc=2 argv[0]=/opt/zor/program"));
     EXPECT_THAT(logged_by("run_as_gui"), ElementsAre("end; exit_code=7"));
-}
-
-TEST_F(ShellStartTest, TheLogTellsWhyTheProcessDies) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_EXIT(
-        {
-            std::signal(SIGABRT, [](int) {
-                for (const auto& text : logged_by("log_terminating_exception")) {
-                    std::fprintf(stderr, "logged: %s\n", text.c_str());
-                }
-            });
-            []() noexcept {
-                start_program({"--valgrind-num-boxes=x"});
-            }();
-        },
-        testing::KilledBySignal(SIGABRT),
-        "what\\(\\):  Failed to parse x\\.(.|\n)*"
-        "logged: terminating: Failed to parse x\\.");
 }
 
 } // namespace

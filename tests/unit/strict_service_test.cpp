@@ -8,7 +8,6 @@
 // ZOR_MODEL_HISTORIES sets how many histories of each kind run (40), ZOR_MODEL_SEED the seed of
 // the first one (1); each later one has the next seed. ZOR_MODEL_STEPS is the length of each (60).
 
-#include <cstdlib>
 #include <optional>
 #include <random>
 #include <set>
@@ -237,11 +236,6 @@ protected:
     }
 
 private:
-    static std::uint64_t read_environment(const char* name, std::uint64_t default_value) {
-        const char* text = std::getenv(name);
-        return text != nullptr ? std::strtoull(text, nullptr, 10) : default_value;
-    }
-
     // One for the whole process: it never ends. Its first request comes at once.
     void start_io_thread() {
         s_turnstile = &Turnstile::make();

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -18,6 +19,12 @@
 inline std::chrono::milliseconds scaled(std::chrono::milliseconds deadline) {
     const char* scale = std::getenv("ZOR_DEADLINE_SCALE");
     return scale != nullptr ? deadline * std::max(1, std::atoi(scale)) : deadline;
+}
+
+// The number in a variable of the environment.
+inline std::uint64_t read_environment(const char* name, std::uint64_t default_value) {
+    const char* text = std::getenv(name);
+    return text != nullptr ? std::strtoull(text, nullptr, 10) : default_value;
 }
 
 // Waits until the condition holds; false when the deadline passes first.

@@ -4,7 +4,6 @@
 #include <fstream>
 #include <map>
 #include <new>
-#include <optional>
 
 #include "printer_io_support.h"
 
@@ -360,62 +359,19 @@ TEST_F(LoggedClientTest, EachLineNamesThePlaceThatWroteIt) {
     }
 }
 
-namespace {
-
-// A peer that cuts or spoils a thousand exchanges, one after the other.
-FakePeer::Script spoil_exchanges(const std::string& answer, bool is_status_request = false) {
-    return [answer, is_status_request](FakePeer& peer) {
-        for (int i = 0; i < MANY; ++i) {
-            std::optional<PeerConnection> silent;
-            if (is_status_request) {
-                silent.emplace(peer.accept());
-            }
-            auto exchange = peer.accept();
-            exchange.receive_frame();
-            exchange.send(answer);
-        }
-    };
-}
-
-} // namespace
-
-TEST(ClientHandles, AThousandRefusedConnectionsLeaveNone) {
-    expect_no_leak_in_many_runs("Failed to connect socket.", [] { execute_printer_op("c"); });
-    expect_no_leak_in_many_runs("Failed to connect socket.",
-                                [] { get_updated_printer_status(nullptr); });
-    expect_no_leak_in_many_runs("Failed to connect socket.",
-                                [] { execute_printer_job_command("P1", "17", "105", 100); });
-}
-
-TEST(ClientHandles, AThousandRefusedTimeOutsLeaveNone) {
-    FakePeer peer([](FakePeer& self) {
-        for (int i = 0; i < MANY; ++i) {
-            self.accept().receive_rest();
-        }
-    });
-    ClientCalls calls;
-    calls.setsockopt = [](int, int, int, const void*, socklen_t) {
-        return -1;
-    };
-    expect_no_leak_in_many_runs("Failed to set socket timeout to 15000.",
-                                [] { execute_printer_op("c"); });
-}
-
-TEST(ClientHandles, AThousandHalfRepliesLeaveNone) {
-    const auto half = length_prefix(100) + std::string(40, 'x');
-    {
-        FakePeer peer(spoil_exchanges(half));
-        expect_no_leak_in_many_runs("Empty receive.", [] { execute_printer_op("c"); });
-    }
-    FakePeer peer(spoil_exchanges(half, true));
-    expect_no_leak_in_many_runs("Empty receive.", [] { get_updated_printer_status(nullptr); });
-}
-
+// Other failures close both connections too: that is seen where replies are cut.
 TEST(ClientHandles, AThousandImpossibleLengthsLeaveNone) {
     if (HAS_SANITIZER_ALLOCATOR) {
         GTEST_SKIP() << "the allocator of a sanitizer ends the process for such a length";
     }
-    FakePeer peer(spoil_exchanges(length_prefix(UINT64_MAX), true));
+    FakePeer peer([](FakePeer& self) {
+        for (int i = 0; i < MANY; ++i) {
+            const auto silent = self.accept();
+            auto exchange = self.accept();
+            exchange.receive_frame();
+            exchange.send(length_prefix(UINT64_MAX));
+        }
+    });
     const auto before = count_descriptors();
     for (int i = 0; i < MANY; ++i) {
         ASSERT_THROW(get_updated_printer_status(nullptr), std::bad_alloc) << "run " << i;

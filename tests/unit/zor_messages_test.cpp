@@ -25,7 +25,8 @@ struct Lookups {
 
 } // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: gcc 12 would see a free() of what came from new, and warn.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     if (Lookups::is_under_way) {
         ++Lookups::allocations;
         while (Lookups::begun < Lookups::THREADS) {
@@ -37,10 +38,10 @@ void* operator new(std::size_t size) {
     }
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
     std::free(memory);
 }
 

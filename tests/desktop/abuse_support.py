@@ -12,6 +12,7 @@ from harness.waiting import DEADLINE_SCALE, wait_until
 
 PRELOAD = pathlib.Path(__file__).resolve().parent / "preload"
 FAILED = "caught c++ exception: "
+CONFIGURATION = "zor-card-printer.conf"
 POLLED = "get_updated_printer_status end; status_text="
 PRESENTED = "present_error_box begin; printer="
 
@@ -55,7 +56,22 @@ def memory(desktop, program, figure="VmRSS"):
 
 
 def descriptors(desktop, program):
-    return desktop.sandbox.call("list_directory", path=f"/proc/{program.pid}/fd")
+    """What the program has open, by number."""
+    return desktop.sandbox.call("links", path=f"/proc/{program.pid}/fd")
+
+
+def kept_descriptors(desktop, program):
+    """The numbers that stay open between polls, however long a poll takes.
+
+    One look can find a poll's sockets, and many quick ones can all find those of the same slow poll.
+    A later poll has other sockets, so whatever is the same thing after two more is no poll's. The
+    configuration file is opened for a moment for each line of the log.
+    """
+    before = descriptors(desktop, program)
+    desktop.service.wait_for_replies(2)
+    after = descriptors(desktop, program)
+    return {number for number, target in before.items()
+            if after.get(number) == target and target != f"/etc/{CONFIGURATION}"}
 
 
 def processor_seconds(desktop, program):

@@ -12,7 +12,7 @@ import time
 
 import pytest
 
-from abuse_support import PRELOAD, descriptors, is_sanitized, memory, preloaded
+from abuse_support import PRELOAD, is_sanitized, kept_descriptors, memory, preloaded
 from harness.service import RETRY, command_document
 from harness.waiting import wait_until
 
@@ -37,7 +37,7 @@ class Holdings:
         press.answer_all()
         desktop.settle(rounds=10)
         self.memory = memory(desktop, program)
-        self.descriptors = min(len(descriptors(desktop, program)) for _ in range(200))
+        self.descriptors = len(kept_descriptors(desktop, program))
         self.threads = program.threads()
         status, output, error = desktop.sandbox.run(
             [sys.executable, "-Es", RESOURCES, program.pid])
@@ -148,7 +148,7 @@ def start_counted(desktop):
 
 
 def compare(first, last):
-    assert last.descriptors <= first.descriptors  # a poll may have been open at the first looks
+    assert last.descriptors == first.descriptors
     assert last.threads <= first.threads  # GLib ends idle ones of its own
     assert last.x_resources == first.x_resources
     assert last.pictures < first.pictures + PICTURES

@@ -9,14 +9,13 @@ import time
 
 import pytest
 
-from abuse_support import (FAILED, Visitor, descriptors, looks, preloaded, processor_seconds,
-                           skip_when_sanitized)
+from abuse_support import (CONFIGURATION, FAILED, Visitor, descriptors, kept_descriptors, looks,
+                           preloaded, processor_seconds, skip_when_sanitized)
 from harness.service import RETRY, command_document
 from harness.waiting import wait_until
 
 GIB = 1 << 30
 BOX_FILE = "error-ui-message-box.glade"
-CONFIGURATION = "zor-card-printer.conf"
 NOT_LOADED = "Failed to load error ui xml"
 FILLER = b"<14>Jan  1 00:00:00 filler: x"
 
@@ -35,11 +34,10 @@ def limit(desktop, program, what, value):
 
 def leave_descriptors(desktop, program, count):
     """Lets the program open so many descriptors more, at rest; returns its limit before."""
-    # Of some looks the least: a poll may have something open.
-    idle = min((descriptors(desktop, program) for _ in range(30)), key=len)
-    free = [number for number in range(len(idle) + 2) if str(number) not in idle]
+    kept = kept_descriptors(desktop, program)
+    free = [number for number in range(len(kept) + 2) if str(number) not in kept]
     usual = limit(desktop, program, "nofile", free[count])
-    wait_until(lambda: len(descriptors(desktop, program)) <= len(idle) + count, "open polls end")
+    wait_until(lambda: len(descriptors(desktop, program)) <= len(kept) + count, "open polls end")
     return usual
 
 

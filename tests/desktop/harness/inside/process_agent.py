@@ -42,6 +42,17 @@ def list_directory(path):
     return sorted(os.listdir(path))
 
 
+def links(path):
+    """Where the links in a directory lead, by their names."""
+    found = {}
+    for name in os.listdir(path):
+        try:
+            found[name] = os.readlink(os.path.join(path, name))
+        except FileNotFoundError:
+            pass  # it has just gone
+    return found
+
+
 def describe_process(pid):
     with open(f"/proc/{pid}/cmdline", "rb") as file:
         arguments = os.fsdecode(file.read()).split("\0")[:-1]
@@ -64,7 +75,7 @@ def processes():
 
 def serve(link):
     calls = {"poll": poll, "send_signal": send_signal, "read_file": read_file,
-             "list_directory": list_directory, "processes": processes}
+             "list_directory": list_directory, "links": links, "processes": processes}
     while True:
         message, descriptors, _, _ = socket.recv_fds(link, MAX_MESSAGE, 3)
         if not message:

@@ -1,7 +1,5 @@
 """A press of the mouse is an answer only when the person could have aimed it at the box."""
 
-import pytest
-
 from harness.editor import Editor
 from harness.service import RETRY, command_document
 from harness.waiting import wait_until
@@ -21,19 +19,22 @@ def find_place(desktop, label="Retry"):
     return place
 
 
-@pytest.mark.parametrize("pause", [80, 120, 160, 200, 260, 320])
-def test_a_double_click_is_one_answer(desktop, pause):
+def test_a_double_click_is_one_answer(desktop):
     """The service tells the error until it has carried the command out: a fresh box comes."""
     desktop.start_polling_program()
     desktop.service.carry_out(CARRIED_OUT_AFTER)
-    desktop.service.report("A", "17")
-    box = desktop.person.wait_for_box("A")
-    desktop.person.move_pointer(*box.button("Retry").extents.center)
-    desktop.person.click_after(DOUBLE_CLICK_TIME + 100, pause)
-    desktop.service.wait_for("command carried out")
-    desktop.person.wait_until_gone("A")
-    desktop.settle()
-    assert desktop.service.commands() == [command_document("A", RETRY, "17", 110)]
+    wanted = []
+    for pause in (80, 120, 160, 200, 260, 320):
+        desktop.person.move_pointer(*ELSEWHERE)
+        desktop.service.report("A", str(pause))
+        box = desktop.person.wait_for_box("A")
+        desktop.person.move_pointer(*box.button("Retry").extents.center)
+        desktop.person.click_after(DOUBLE_CLICK_TIME + 100, pause)
+        wanted.append(command_document("A", RETRY, str(pause)))
+        desktop.service.wait_for("command carried out", len(wanted))
+        desktop.person.wait_until_gone("A")
+        desktop.settle()
+        assert desktop.service.commands() == wanted
 
 
 def test_a_double_click_on_a_stack_of_boxes_answers_one(desktop):
@@ -52,18 +53,28 @@ def test_a_double_click_on_a_stack_of_boxes_answers_one(desktop):
     assert len(desktop.service.wait_for_commands(2)) == 2
 
 
-@pytest.mark.parametrize("pause", [20, 40, 60, 80, 100, 130, 160, 190, 220, 250])
-def test_a_click_that_was_on_its_way_answers_nothing(desktop, pause):
+def test_a_click_that_was_on_its_way_answers_nothing(desktop):
     desktop.start_polling_program()
     place = find_place(desktop)
     Editor(desktop, "maximized")
     desktop.person.move_pointer(*place)
-    desktop.service.report("A")
-    desktop.person.click_when_covered(pause)
-    desktop.log.wait_for(NOT_COUNTED)
-    desktop.settle()
-    assert desktop.service.commands() == []
-    assert [box.labels for box in desktop.person.boxes("A")] == [["Retry", "Cancel"]]
+
+    def is_not_counted(pause):
+        """Whether a click in time was no answer; nothing when a busy machine clicked too late."""
+        since, commands = desktop.log.count(), desktop.service.commands()
+        desktop.service.report("A")
+        in_time = desktop.person.click_when_covered(pause) < DOUBLE_CLICK_TIME
+        if in_time:
+            desktop.log.wait_for(NOT_COUNTED, since=since)
+            desktop.settle()
+            assert desktop.service.commands() == commands
+            assert [box.labels for box in desktop.person.boxes("A")] == [["Retry", "Cancel"]]
+        desktop.service.withdraw_all()
+        desktop.person.wait_until_gone("A")
+        return in_time
+
+    for pause in (20, 40, 60, 80, 100, 130, 160, 190, 220, 250):
+        wait_until(lambda after=pause: is_not_counted(after), f"a click after {pause} ms", 60)
 
 
 def test_after_the_double_click_time_a_pointer_that_rested_counts(desktop):

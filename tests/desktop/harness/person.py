@@ -256,10 +256,15 @@ class Person:
         self._ask("click_after", milliseconds=list(milliseconds))
 
     def click_when_covered(self, milliseconds, deadline=10.0):
-        """Clicks where the pointer is, so long after a window has come up under it."""
+        """Clicks where the pointer is, so long after a window has come up under it.
+
+        Returns the milliseconds that it took at most: more where the machine was busy.
+        """
         x, y = self._ask("pointer")
-        assert self._ask("click_when_covered", x=x, y=y, milliseconds=milliseconds,
-                         seconds=scaled(deadline)), "no window came up under the pointer"
+        taken = self._ask("click_when_covered", x=x, y=y, milliseconds=milliseconds,
+                          seconds=scaled(deadline))
+        assert taken is not None, "no window came up under the pointer"
+        return taken
 
     def press_as_assistive_tool(self, box, label):
         """Presses a button through the accessibility bus, without mouse or key."""

@@ -243,20 +243,24 @@ class Screen:
             Xlib.ext.xtest.fake_input(self.display, Xlib.X.ButtonRelease, 1)
         self.display.sync()
 
-    def wait_until_covered(self, x, y, seconds):
-        """Waits until another window is uppermost at a point; False when none came in time."""
-        before = self.window_at(x, y)
-        end = time.monotonic() + seconds
-        while self.window_at(x, y) == before:
-            if time.monotonic() > end:
-                return False
-        return True
-
     def click_when_covered(self, x, y, milliseconds, seconds):
-        """Clicks where the pointer is, so long after another window has come up at a point."""
-        came = self.wait_until_covered(x, y, seconds)
+        """Clicks where the pointer is, so long after another window has come up at a point.
+
+        Returns the milliseconds that have passed since then at most, which are more on a busy
+        machine; None when no window came in so many seconds.
+        """
+        last_look = time.monotonic()
+        end = last_look + seconds
+        before = self.window_at(x, y)
+        while True:
+            look = time.monotonic()
+            if self.window_at(x, y) != before:
+                break
+            if look > end:
+                return None
+            last_look = look
         self.click_after([milliseconds])
-        return came
+        return (time.monotonic() - last_look) * 1000
 
     def press_keys(self, keys):
         """Presses keys given by their X names, and releases them in the opposite order."""

@@ -7,7 +7,7 @@ from PIL import Image
 
 from harness.pictures import difference
 from harness.sandbox import build_directory
-from harness.service import RETRY, command_document
+from harness.service import CANCEL, RETRY, command_document
 from harness.waiting import wait_until
 
 BOX_FILE = "error-ui-message-box.glade"
@@ -21,52 +21,47 @@ def copy(desktop):
     return desktop.copy_program()
 
 
-@pytest.mark.parametrize("content", [None, "no XML", "<interface><object/></interface>"])
-def test_a_box_that_cannot_be_built_is_tried_again_until_it_can(desktop, copy, content):
+# GTK takes a file that is cut off for one without objects, and says so.
+@pytest.mark.parametrize("contents, sign, problem", [
+    ([None, "no XML", "<interface><object/></interface>"], LOAD_FAILED, "^$"),
+    (["", "<interface>", "<interface/>"], "present_error_box end", "CRITICAL|WARNING")])
+def test_a_box_that_cannot_be_built_is_tried_again_until_it_can(desktop, copy, contents, sign,
+                                                                problem):
     box_file = copy.parent / "Data" / BOX_FILE
     good = box_file.read_bytes()
-    if content is None:
-        box_file.unlink()
-    else:
-        box_file.write_text(content)
     program = desktop.start_polling_program(path=copy)
-    desktop.service.report("A")
-    desktop.log.wait_for(LOAD_FAILED, 3)
-    assert desktop.person.windows() == [] and program.is_running()
-    box_file.write_bytes(good)
-    desktop.person.click(desktop.person.wait_for_box("A"), "Retry")
-    assert desktop.service.wait_for_commands() == [command_document("A", RETRY)]
+    program.expect_problem(problem)
+    for count, content in enumerate(contents, 1):
+        if content is None:
+            box_file.unlink()
+        else:
+            box_file.write_text(content)
+        since = desktop.log.count()
+        desktop.service.report("A", str(count))
+        desktop.log.wait_for(sign, 3, since)
+        assert desktop.person.windows() == [] and program.is_running()
+        box_file.write_bytes(good)
+        desktop.person.click(desktop.person.wait_for_box("A"), "Retry")
+        commands = desktop.service.wait_for_commands(count)
+        assert commands[-1] == command_document("A", RETRY, str(count))
+        desktop.person.wait_until_gone("A")
 
 
-@pytest.mark.parametrize("content", ["", "<interface>", "<interface/>"])
-def test_a_box_whose_file_holds_nothing_yet_is_tried_again_until_it_does(desktop, copy, content):
-    """GTK takes a file that is cut off for one without objects."""
-    box_file = copy.parent / "Data" / BOX_FILE
-    good = box_file.read_bytes()
-    box_file.write_text(content)
-    program = desktop.start_polling_program(path=copy)
-    program.expect_problem("CRITICAL|WARNING")
-    desktop.service.report("A")
-    desktop.log.wait_for("present_error_box end", 3)
-    assert desktop.person.windows() == [] and program.is_running()
-    box_file.write_bytes(good)
-    desktop.person.click(desktop.person.wait_for_box("A"), "Retry")
-    assert desktop.service.wait_for_commands() == [command_document("A", RETRY)]
-
-
-@pytest.mark.parametrize("missing", OBJECTS)
-def test_an_object_that_is_missing_does_not_end_the_program(desktop, copy, missing):
+def test_an_object_that_is_missing_does_not_end_the_program(desktop, copy):
     box_file = copy.parent / "Data" / BOX_FILE
     text = box_file.read_text()
-    assert text.count(f'id="{missing}"') == 1
-    box_file.write_text(text.replace(f'id="{missing}"', 'id="renamed"'))
     program = desktop.start_polling_program(path=copy)
     program.expect_problem("CRITICAL|WARNING")
-    desktop.service.report("A", severity=2)  # which needs them all
-    desktop.log.wait_for("present_error_box end")
-    desktop.settle()
-    assert program.is_running()
-    assert "CRITICAL" in program.stderr()
+    for missing in OBJECTS:
+        assert text.count(f'id="{missing}"') == 1
+        box_file.write_text(text.replace(f'id="{missing}"', 'id="renamed"'))
+        since, said = desktop.log.count(), program.stderr().count("CRITICAL")
+        desktop.service.report(missing, severity=2)  # which needs them all
+        desktop.log.wait_for("present_error_box end", since=since)
+        desktop.settle()
+        assert program.is_running()
+        assert program.stderr().count("CRITICAL") > said, missing
+        desktop.service.withdraw(missing)
 
 
 def test_a_changed_box_file_shows_at_the_next_box(desktop, copy):
@@ -85,21 +80,24 @@ def test_a_changed_box_file_shows_at_the_next_box(desktop, copy):
     assert desktop.person.wait_for_box("A").buttons == before.buttons
 
 
-@pytest.mark.parametrize("severity, name", [(3, "stop.png"), (4, "caution.png")])
-@pytest.mark.parametrize("content", [None, b"", b"no picture", b"\x89PNG\r\n\x1a\n"])
-def test_a_box_without_its_icon_is_as_good_as_any(desktop, copy, severity, name, content):
-    icon = copy.parent / "Data/Assets" / name
-    if content is None:
-        icon.unlink()
-    else:
-        icon.write_bytes(content)
+def test_a_box_without_its_icon_is_as_good_as_any(desktop, copy):
     desktop.start_polling_program(path=copy)
-    desktop.service.report("A", severity=severity)
-    box = desktop.person.wait_for_box("A")
-    assert desktop.log.wait_for("failed to load file ")[0].text.count(f"{icon}: ") == 1
-    assert box.icon.extents.width > 0
-    desktop.person.click(box, "Cancel")
-    desktop.service.wait_for_commands()
+    for count, content in enumerate((b"", b"no picture", b"\x89PNG\r\n\x1a\n", None), 1):
+        severity, name = ((3, "stop.png"), (4, "caution.png"))[count % 2]
+        icon = copy.parent / "Data/Assets" / name
+        if content is None:
+            icon.unlink()
+        else:
+            icon.write_bytes(content)
+        since = desktop.log.count()
+        desktop.service.report("A", str(count), severity=severity)
+        box = desktop.person.wait_for_box("A")
+        assert f"{icon}: " in desktop.log.wait_for("failed to load file ", since=since)[0].text
+        assert box.icon.extents.width > 0
+        desktop.person.click(box, "Cancel")
+        commands = desktop.service.wait_for_commands(count)
+        assert commands[-1] == command_document("A", CANCEL, str(count))
+        desktop.person.wait_until_gone("A")
 
 
 def test_a_changed_icon_shows_at_the_next_box(desktop, copy):
@@ -111,14 +109,12 @@ def test_a_changed_icon_shows_at_the_next_box(desktop, copy):
     assert difference(desktop.take_screenshot(), box.icon.extents, assets / "caution.png") < 10
 
 
-@pytest.mark.parametrize("size, seen", [((100, 50), (96, 48)), ((50, 100), (27, 54)),
-                                        ((10, 10), (54, 54))])
-def test_an_icon_of_any_shape_is_scaled_by_its_dominant_side(desktop, copy, size, seen):
-    Image.new("RGB", size, (200, 0, 0)).save(copy.parent / "Data/Assets/stop.png")
+def test_an_icon_of_any_shape_is_scaled_by_its_dominant_side(desktop, copy):
     desktop.start_polling_program(path=copy)
-    desktop.service.report("A")
-    icon = desktop.person.wait_for_box("A").icon
-    assert icon.image_size == list(seen)
+    for size, seen in (((100, 50), [96, 48]), ((50, 100), [27, 54]), ((10, 10), [54, 54])):
+        Image.new("RGB", size, (200, 0, 0)).save(copy.parent / "Data/Assets/stop.png")
+        desktop.service.report(f"Icon {size}")
+        assert desktop.person.wait_for_box(f"Icon {size}").icon.image_size == seen
 
 
 def test_a_program_path_without_a_slash_names_a_directory_in_the_working_directory(desktop):

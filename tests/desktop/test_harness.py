@@ -195,8 +195,8 @@ def test_the_service_stops_and_goes_on(desktop):
 
 # ---- The desktop and the person -----------------------------------------------------------------
 
-@pytest.mark.parametrize("window_manager", ["openbox", "metacity", "xfwm4", None])
-@pytest.mark.parametrize("screen", ["800x600", "3840x2160"])
+@pytest.mark.parametrize("window_manager, screen", [
+    ("openbox", "800x600"), ("metacity", "3840x2160"), ("xfwm4", "1920x1080"), (None, "800x600")])
 def test_a_desktop_is_as_asked_for(start_desktop, window_manager, screen):
     desktop = start_desktop(screen=screen, window_manager=window_manager, service=False)
     assert desktop.person.window_manager().lower() == (window_manager or "")

@@ -314,22 +314,16 @@ def test_a_clock_that_jumps_changes_nothing(desktop, jump):
 # ---- The desktop --------------------------------------------------------------------------------
 
 @pytest.mark.parametrize("number", [signal.SIGKILL, signal.SIGTERM])
-def test_the_end_of_the_x_server_ends_the_program(desktop, number):
+def test_the_end_of_the_x_server_ends_the_program_with_a_message(desktop, number):
     program = desktop.start_polling_program()
     desktop.service.report("A")
     desktop.person.wait_for_box("A")
-    program.expect_problem("X server")
+    problem = "lost the connection to the X server"
+    program.expect_problem(problem)
     desktop.x_server.send_signal(number)
-    assert program.wait_for_end() > 0
-
-
-def test_the_end_of_the_x_server_is_said(desktop):
-    program = desktop.start_polling_program()
-    program.expect_problem("X server")
-    desktop.x_server.kill()
-    program.wait_for_end()
-    assert "X server" in program.stderr()
-    assert desktop.log.messages("X server")
+    assert program.wait_for_end() == 1
+    desktop.log.wait_for(f"terminating: {problem}")
+    assert program.stderr().count(problem) == 1
 
 
 def test_a_stopped_x_server_is_waited_for_without_spinning(desktop):

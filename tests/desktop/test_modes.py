@@ -38,23 +38,20 @@ def test_unknown_options_are_ignored_and_do_not_reach_gtk(desktop):
     desktop.start_polling_program("--display=:77", "--g-fatal-warnings", "--help", "word", "-g")
 
 
-@pytest.mark.parametrize("environment, arguments", [
-    ({"DISPLAY": None}, ()), ({"DISPLAY": ":77"}, ()), ({"DISPLAY": None}, ("--valgrind",))])
-def test_without_a_display_it_says_so_and_fails(desktop, environment, arguments):
-    program = desktop.start_program(*arguments, environment=environment)
-    program.expect_problem("annot open display")
-    assert program.wait_for_end() > 0
-    assert "annot open display" in program.stderr()
+def test_with_a_display_that_is_not_there_it_says_so_and_fails(desktop):
+    program = desktop.start_program(environment={"DISPLAY": ":77"})
+    problem = "cannot open display: :77"
+    program.expect_problem(problem)
+    assert program.wait_for_end() == 1
+    assert problem in program.stderr()
 
 
-@pytest.mark.parametrize("severity, labels", [("2", ["OK"]), ("3", ["Retry", "Cancel"]),
-                                              ("4x", ["OK", "Cancel"])])
-def test_a_simulated_error_is_shown_once(desktop, severity, labels):
-    desktop.start_polling_program(f"--simulate-error={severity}")
+def test_a_simulated_error_is_shown_once(desktop):
+    desktop.start_polling_program("--simulate-error=4x")
     box = desktop.person.wait_for_box(SIMULATED)
-    assert box.labels == labels
+    assert box.labels == ["OK", "Cancel"]
     assert box.text.startswith("Message 114: ")
-    desktop.person.click(box, labels[-1])
+    desktop.person.click(box, "Cancel")
     command = desktop.service.wait_for_commands()[0]
     assert command == command_document(SIMULATED, CANCEL, "123", 114)
     desktop.person.wait_until_gone(SIMULATED)
@@ -76,8 +73,7 @@ def test_a_simulated_severity_that_is_no_number_ends_the_program_with_its_reason
     desktop.log.wait_for("Failed to parse high.")
 
 
-@pytest.mark.parametrize("code, severity, text", [("x", "3", "x"), ("", "3", ""),
-                                                  ("110", "urgent", "urgent"), ("110", "", "")])
+@pytest.mark.parametrize("code, severity, text", [("x", "3", "x"), ("110", "", "")])
 def test_a_code_or_severity_that_is_no_number_ends_the_program_with_its_reason(
         desktop, code, severity, text):
     program = desktop.start_polling_program()
@@ -91,16 +87,7 @@ def test_a_code_or_severity_that_is_no_number_ends_the_program_with_its_reason(
     assert desktop.person.windows() == []
 
 
-def test_a_number_of_boxes_that_is_none_ends_the_program(desktop):
-    program = desktop.start_program("--valgrind", "--valgrind-num-boxes=")
-    program.expect_problem("terminate called|what\\(\\)")
-    assert program.wait_for_end() == -signal.SIGABRT
-    assert "Failed to parse ." in program.stderr()
-
-
-@pytest.mark.parametrize("option, count", [((), 5), (("--valgrind-num-boxes=3x",), 3),
-                                           (("--valgrind-num-boxes=1",), 1),
-                                           (("--valgrind-num-boxes=50",), 50)])
+@pytest.mark.parametrize("option, count", [((), 5), (("--valgrind-num-boxes=3x",), 3)])
 def test_valgrind_mode_shows_its_boxes_and_closes_them_all_at_once(desktop, option, count):
     desktop.start_program("--valgrind", *option)
     desktop.log.wait_for("present_error_box end", count,
@@ -153,16 +140,6 @@ def test_all_test_modes_go_together(desktop):
     assert program.wait_for_end() == 0
 
 
-def test_the_program_ends_with_a_message_when_the_x_server_goes(desktop):
-    program = desktop.start_polling_program()
-    desktop.service.report("A")
-    desktop.person.wait_for_box("A")
-    program.expect_problem("lost the connection to the X server")
-    desktop.x_server.kill()
-    assert program.wait_for_end() == 1
-    assert "lost the connection to the X server" in program.stderr()
-
-
 @pytest.mark.parametrize("first_options", [(), ("--show-main-window",)])
 def test_a_second_start_leaves_everything_to_the_first(desktop, first_options):
     first = desktop.start_polling_program(*first_options)
@@ -213,11 +190,3 @@ def test_every_log_message_names_program_process_and_place(desktop):
         line, function, _ = (rest + " ").split(" ", 2)
         assert line.isdecimal(), message.text
         assert function.strip("~").isidentifier() or function == "operator()", message.text
-
-
-def test_polling_goes_on_when_the_tick_counter_wraps(desktop):
-    """The counter has 8 bits: more than 256 ticks must pass."""
-    desktop.start_polling_program()
-    desktop.log.wait_for("handling updated status", 260, deadline=60)
-    desktop.service.report("A")
-    desktop.person.wait_for_box("A")

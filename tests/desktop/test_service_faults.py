@@ -3,8 +3,6 @@
 After a failure the program rests for ten seconds, so these tests take their time.
 """
 
-import pytest
-
 from harness.service import CANCEL, command_document
 from harness.waiting import wait_until
 
@@ -73,31 +71,17 @@ def test_an_answer_that_the_service_cannot_take_is_logged_and_not_repeated(deskt
     assert program.is_running()
 
 
-@pytest.mark.parametrize("fault", ["cut 0", "cut 4", "cut 100", "lie 1000000"])
-def test_a_reply_that_is_cut_short_is_a_failure_that_passes(desktop, fault):
+def test_a_reply_that_is_cut_short_is_a_failure_that_passes(desktop):
     desktop.start_polling_program()
     desktop.service.report("A")
     box = desktop.person.wait_for_box("A")
-    desktop.service.fault(f"{fault} times 1 on status")
+    desktop.service.fault("cut 100 times 1 on status")
     failure = desktop.log.wait_for(FAILED)[0]
     assert failure.text.endswith(FAILED + "Empty receive.")
     wait_for_fresh_start(desktop, 2)
     desktop.service.report("B")
     desktop.person.wait_for_box("B")  # the first request after it quotes nothing
     assert [window.id for window in desktop.person.windows("A")] == [box.window.id]
-
-
-@pytest.mark.parametrize("fault", ["empty", "garbage 500", "big 3000000", "delay 700"])
-def test_an_odd_reply_does_not_stop_the_polling(desktop, fault):
-    desktop.start_polling_program()
-    desktop.service.report("A")
-    box = desktop.person.wait_for_box("A")
-    desktop.service.fault(f"{fault} times 2 on status")
-    desktop.service.wait_for("fault ended")
-    desktop.service.report("B")
-    desktop.person.wait_for_box("B")
-    assert [window.id for window in desktop.person.windows("A")] == [box.window.id]
-    assert desktop.log.messages(FAILED) == []
 
 
 def test_a_silent_service_is_given_up_after_fifteen_seconds(desktop):
@@ -139,18 +123,15 @@ def test_a_service_that_is_slow_with_an_answer_gets_each_answer_once(desktop):
                                                   command_document("B", CANCEL)]
 
 
-@pytest.mark.parametrize("document", [
-    "", "no XML at all", "<PrinterStatus/>", "<a><b>", DOCUMENT.replace("Name>A<", "Name><"),
-    DOCUMENT.replace("PrinterName", "printername")])
-def test_a_document_without_a_printer_reports_nothing(desktop, document):
-    program = desktop.start_polling_program()
-    desktop.service.publish(document)
-    desktop.service.wait_for("event published")
-    desktop.settle()
-    assert desktop.person.windows() == [] and program.is_running()
-
-
-def test_a_document_with_another_root_reports_an_error(desktop):
+def test_a_document_without_a_printer_reports_nothing(desktop):
     desktop.start_polling_program()
+    for count, document in enumerate((
+            "", "no XML at all", "<PrinterStatus/>", "<a><b>", DOCUMENT.replace("Name>A<", "Name><"),
+            DOCUMENT.replace("PrinterName", "printername")), 1):
+        desktop.service.publish(document)
+        desktop.service.wait_for("event published", count)
+        desktop.settle()
+        assert desktop.person.windows() == [], document
+    # Another root is as good as any.
     desktop.service.publish(DOCUMENT.replace("PrinterStatus", "Status"))
     desktop.person.wait_for_box("A")

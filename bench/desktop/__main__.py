@@ -4,10 +4,12 @@ import argparse
 import datetime
 import json
 import os
+import pathlib
 import sys
 import time
 import traceback
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests/desktop"))
 import report
 import scenarios
 

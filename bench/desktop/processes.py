@@ -5,8 +5,10 @@ import re
 import signal
 import subprocess
 import tempfile
-import threading
 import time
+
+from harness.process import Here
+from harness.waiting import wait_until
 
 START_DEADLINE = 30.0  # seconds
 
@@ -16,72 +18,24 @@ def monotonic_us():
     return time.clock_gettime_ns(time.CLOCK_MONOTONIC) / 1000
 
 
-class Lines:
-    """The lines that a process writes, collected by a thread; others wait for one."""
-
-    def __init__(self, stream):
-        self._stream = stream
-        self._lines = []
-        self._changed = threading.Condition()
-        self._ended = False
-        threading.Thread(target=self._collect, daemon=True).start()
-
-    def _collect(self):
-        for line in self._stream:
-            with self._changed:
-                self._lines.append(line.rstrip("\n"))
-                self._changed.notify_all()
-        with self._changed:
-            self._ended = True
-            self._changed.notify_all()
-
-    def position(self):
-        """Where the next line will stand."""
-        with self._changed:
-            return len(self._lines)
-
-    def since(self, position):
-        with self._changed:
-            return self._lines[position:]
-
-    def wait(self, pattern, position=0, deadline=START_DEADLINE):
-        """The first match of the pattern in a line from this position on."""
-        wanted = re.compile(pattern)
-        end = time.monotonic() + deadline
-        with self._changed:
-            while True:
-                while position < len(self._lines):
-                    match = wanted.search(self._lines[position])
-                    if match:
-                        return match
-                    position += 1
-                left = end - time.monotonic()
-                if left <= 0 or self._ended:
-                    raise RuntimeError(f"no line with {pattern}")
-                self._changed.wait(left)
-
-
 class Process:
     """A running program. Ends with the with-statement."""
 
     def __init__(self, *command):
-        self.started_us = monotonic_us()
-        self._process = subprocess.Popen(
-            command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-            text=True, bufsize=1)
+        self._process = Here().start(command)
         self.pid = self._process.pid
-        self.lines = Lines(self._process.stdout)
+        self.started_us = self._process.started * 1e6
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
         self._process.kill()
-        self._process.wait()
 
-    def write_line(self, line):
-        self._process.stdin.write(line + "\n")
-        self._process.stdin.flush()
+    def wait_for_line(self, pattern):
+        """The match of the pattern in what the program has written."""
+        return wait_until(lambda: re.search(pattern, self._process.stdout().decode(), re.M),
+                          f"a line with {pattern}", START_DEADLINE)
 
     def _threads(self, name):
         for thread in os.listdir(f"/proc/{self.pid}/task"):

@@ -1,5 +1,6 @@
 """What is measured. Each function returns its figures as a dictionary."""
 
+import contextlib
 import json
 import os
 import random
@@ -9,9 +10,10 @@ import subprocess
 import threading
 import time
 
+from harness.process import Here
+from harness.service import Service
 from processes import Process, monotonic_us
 from screen import NotSeen, Screen
-from service import Service, first_request_us
 
 CONFIG_FILE = "/etc/zor-card-printer.conf"
 TEN_LINES_LEVEL_0 = "".join(f"some.setting.number.{n} = value\n" for n in range(1, 10)) + \
@@ -30,8 +32,13 @@ class Desktop:
     def amount(self, full, quick):
         return quick if self.quick else full
 
+    @contextlib.contextmanager
     def service(self):
-        return Service(f"{self.build}/zor-printer-service-simulator")
+        service = Service(Here(), [f"{self.build}/zor-printer-service-simulator"])
+        try:
+            yield service
+        finally:
+            service.kill()
 
     def program(self):
         return Process(f"{self.build}/zor-card-printer-error-ui", "--no-fork")
@@ -59,7 +66,9 @@ def show_box(service, screen, printer, job, severity=3):
     """Reports an error until its box is there: a status that a newer one overtakes before the next
     tick never gets to the screen. When the service held it, and the box."""
     for _ in range(5):
-        held = service.report(printer, job, severity)
+        published = service.count("event published")
+        service.report(printer, job, severity=severity, text="Made for a benchmark.")
+        held = service.wait_for("event published", published + 1)[published].time
         try:
             return held, screen.wait_for_box(5)
         except NotSeen:
@@ -76,8 +85,8 @@ def close_box(service, screen, printer, job):
             screen.wait_for_count(left, 5)
             return
         except NotSeen:
-            service.report(printer, job, severity=3)
-            service.wait_for_polls(2, service.lines.position())
+            service.report(printer, job)
+            service.wait_for_replies(2)
     raise RuntimeError("a box does not go")
 
 
@@ -130,22 +139,22 @@ def idle(desktop):
 def idle_sample(desktop, service, process, seconds, name):
     polls_expected = name != "empty GTK"
     if polls_expected:
-        service.wait_for_polls(desktop.amount(15, 5), 0)
+        service.wait_for_replies(desktop.amount(15, 5))
     else:
-        process.lines.wait(" active")
+        process.wait_for_line(" active")
         time.sleep(desktop.amount(2, 0.5))
-    position = service.lines.position()
+    replies = service.replies()
     cpu, switches, began = process.cpu_us(), process.context_switches(), time.monotonic()
     time.sleep(seconds)
     sample = {"cpu_us": process.cpu_us() - cpu,
               "switches": process.context_switches() - switches,
-              "polls": service.polls_since(position),
+              "polls": service.replies() - replies,
               "seconds": time.monotonic() - began,
               "memory": process.memory_kib()}
-    position = service.lines.position()
+    replies = service.replies()
     calls = process.system_calls(desktop.amount(2, 1))
     sample["calls"] = calls
-    sample["traced_polls"] = service.polls_since(position)
+    sample["traced_polls"] = service.replies() - replies
     if polls_expected and sample["polls"] < seconds * 5:
         raise RuntimeError(f"{name} polled only {sample['polls']} times in {seconds} s")
     return sample
@@ -183,7 +192,7 @@ def latency(desktop):
     milliseconds = []
     with desktop.service() as service, desktop.program():
         screen = Screen()
-        service.wait_for_polls(5, 0)
+        service.wait_for_replies(5)
         for job in range(desktop.amount(200, 10)):
             time.sleep(dice.uniform(0, 0.1))
             held, box = show_box(service, screen, PRINTER, job)
@@ -197,16 +206,17 @@ def answer(desktop):
     milliseconds = []
     with desktop.service() as service, desktop.program():
         screen = Screen()
-        service.wait_for_polls(5, 0)
+        service.wait_for_replies(5)
         offset = find_button(service, screen)
         for job in range(desktop.amount(50, 5)):
             _, box = show_box(service, screen, PRINTER, job, severity=2)
             # A press where the pointer rests counts when the time of a double click is over.
-            service.wait_for_polls(6, service.lines.position())
-            position = service.lines.position()
+            service.wait_for_replies(6)
+            commands = service.count("request command")
             released = screen.press_at(box.x + box.width - offset[0],
                                        box.y + box.height - offset[1])
-            milliseconds.append((service.wait_for_command(position) - released) / 1000)
+            arrived = service.wait_for("request command", commands + 1)[commands].time
+            milliseconds.append((arrived - released) / 1000)
             screen.wait_for_count(0, 10)
     return summary(milliseconds)
 
@@ -215,8 +225,7 @@ def find_button(service, screen):
     """Where the only button of a box is, from the box's lower right corner: a press that the
     service hears of found it."""
     _, box = show_box(service, screen, PRINTER, "calibration", severity=2)
-    service.wait_for_polls(3, service.lines.position())
-    position = service.lines.position()
+    service.wait_for_replies(3)
     for up in range(15, box.height // 2, 12):
         for left in range(25, box.width, 40):
             screen.press_at(box.x + box.width - left, box.y + box.height - up)
@@ -224,7 +233,7 @@ def find_button(service, screen):
                 screen.wait_for_count(0, 0.02)
             except NotSeen:
                 continue
-            service.wait_for_command(position)
+            service.wait_for_commands()
             return left, up
     raise RuntimeError("no button found in the box")
 
@@ -257,7 +266,7 @@ def scale(desktop):
     try:
         with desktop.service() as service, desktop.program() as program:
             screen = Screen()
-            service.wait_for_polls(5, 0)
+            service.wait_for_replies(5)
             result = {"batches": batches(desktop, service, program, screen),
                       "open": open_boxes(desktop, service, program, screen, log)}
             result["after_all_closed"] = close_all(service, program, screen,
@@ -282,7 +291,7 @@ def batches(desktop, service, program, screen):
 def close_all(service, program, screen, jobs):
     for job in jobs:
         close_box(service, screen, PRINTER, job)
-    service.wait_for_polls(10, service.lines.position())
+    service.wait_for_replies(10)
     return program.memory_kib()
 
 
@@ -295,7 +304,7 @@ def open_boxes(desktop, service, program, screen, log):
         add_boxes(service, screen, count, target - measured)
         cpu, begins = program.main_thread_cpu_us(), len(log.box_begins)
         boxes = add_boxes(service, screen, target - measured, target)
-        service.wait_for_polls(2, service.lines.position())  # drawing belongs to it
+        service.wait_for_replies(2)  # drawing belongs to it
         cpu = program.main_thread_cpu_us() - cpu
         walls = [(box.mapped_us - begin) / 1000
                  for box, begin in zip(boxes, log.box_begins[begins:])]
@@ -316,11 +325,11 @@ def add_boxes(service, screen, count, target):
 
 
 def idle_with_boxes(desktop, service, program):
-    service.wait_for_polls(desktop.amount(10, 5), service.lines.position())  # all is drawn
-    position = service.lines.position()
+    service.wait_for_replies(desktop.amount(10, 5))  # all is drawn
+    replies = service.replies()
     cpu = program.cpu_us()
-    service.wait_for_polls(desktop.amount(30, 5), position)
-    return (program.cpu_us() - cpu) / service.polls_since(position)
+    service.wait_for_replies(desktop.amount(30, 5))
+    return (program.cpu_us() - cpu) / (service.replies() - replies)
 
 
 # ---- Start --------------------------------------------------------------------------------------
@@ -333,11 +342,12 @@ def start(desktop):
         for turn in range(desktop.amount(21, 3)):
             for name, begin in (("program", desktop.program),
                                 ("threaded poller", lambda: desktop.yardstick("threaded_poller"))):
-                position = service.lines.position()
+                requests = service.count("request status")
                 with begin() as process:
-                    taken = (first_request_us(service, position) - process.started_us) / 1000
+                    first = service.wait_for("request status", requests + 1, 30)[requests].time
+                    taken = (first - process.started_us) / 1000
                     milliseconds[name] += [taken] if turn else []  # the first one warms up
             with desktop.yardstick("empty_gtk") as process:
-                active = int(process.lines.wait(r"^(\d+) active").group(1))
+                active = int(process.wait_for_line(r"^(\d+) active")[1])
                 milliseconds["empty GTK"] += [(active - process.started_us) / 1000] if turn else []
     return {name: summary(values) for name, values in milliseconds.items()}

@@ -3,9 +3,9 @@
 import select
 import time
 
-from Xlib import X, display
-from Xlib.ext import xtest
+from Xlib import X
 
+from harness.inside import screen
 from processes import monotonic_us
 
 LEAST_BOX_WIDTH = 300  # pixels; what is smaller is no box
@@ -25,21 +25,22 @@ class Box:
         self.mapped_us = mapped_us
 
 
-class Screen:
+class Screen(screen.Screen):
+    """The desktop tests' screen, with the time at which each box was mapped."""
+
     def __init__(self):
-        self._display = display.Display()
-        self._root = self._display.screen().root
-        self._root.change_attributes(event_mask=X.SubstructureNotifyMask)
-        self._display.sync()
+        super().__init__(None)
+        self.root.change_attributes(event_mask=X.SubstructureNotifyMask)
+        self.display.sync()
         self._boxes = {}
 
     def _next_event(self, end):
         """The next event and when it was read, or nothing when the time has come."""
-        while not self._display.pending_events():
+        while not self.display.pending_events():
             left = end - time.monotonic()
-            if left <= 0 or not select.select([self._display.fileno()], [], [], left)[0]:
+            if left <= 0 or not select.select([self.display.fileno()], [], [], left)[0]:
                 return None, 0
-        return self._display.next_event(), monotonic_us()
+        return self.display.next_event(), monotonic_us()
 
     def _note(self, event, now):
         """The box that the event brought, or the window of the one that it took, else nothing."""
@@ -76,11 +77,9 @@ class Screen:
 
     def press_at(self, x, y):
         """Presses the left button there and lets it go; returns the time of the release."""
-        xtest.fake_input(self._display, X.MotionNotify, x=x, y=y)
-        xtest.fake_input(self._display, X.ButtonPress, 1)
-        self._display.sync()
+        self.move_pointer(x, y)
+        self.press_mouse_button()
         time.sleep(0.03)  # as long as a finger stays on it
         released = monotonic_us()
-        xtest.fake_input(self._display, X.ButtonRelease, 1)
-        self._display.sync()
+        self.release_mouse_button()
         return released

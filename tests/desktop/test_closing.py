@@ -135,7 +135,7 @@ def test_a_withdrawal_and_a_click_at_the_same_time_hurt_nothing(desktop):
         box = show_box(desktop, job=str(count))
         x, y = box.button("Retry").extents.center
         desktop.person.move_pointer(x, y)
-        published = len(desktop.service.lines("event published"))
+        published = desktop.service.count("event published")
         desktop.service.withdraw("A", str(count))
         desktop.service.wait_for("event published", published + 1)
         desktop.person.click_at(x, y)

@@ -106,7 +106,7 @@ class Press:
             self.answer_all()
 
     def _count_commands(self):
-        return len(self._service.lines("request command"))
+        return self._service.count("request command")
 
     def _has_arrived(self, printer):
         return any(line.fields["printer"] == printer.encode()
@@ -173,31 +173,13 @@ def test_errors_that_come_and_go_leave_nothing_behind(start_desktop, count):
             for number in range(1, count + 1, 2)} <= answered
 
 
-class Polls:
-    """Counts the polls of a service that has said too much to look at all of it each time."""
-
-    def __init__(self, desktop):
-        self._path = next(desktop.sandbox.directory.glob("*-service.out"))
-        self._offset = self._count = 0
-
-    def count(self):
-        with open(self._path, "rb") as file:
-            file.seek(self._offset)
-            whole = file.read().rpartition(b"\n")[0]
-        self._offset += len(whole)
-        self._count += whole.count(b"\nreply status ")
-        return self._count
-
-
 @pytest.mark.parametrize("count", POLLS)
 def test_polls_without_news_leave_nothing_behind(desktop, count):
     press = Press(desktop)
     program, counter = start_counted(desktop)
     endure(desktop, press, range(1, 11))
     first = Holdings(desktop, program, press, counter)
-    polls = Polls(desktop)
-    end = polls.count() + count
-    wait_until(lambda: polls.count() >= end, f"{count} polls", 60 + count / 10)
+    desktop.service.wait_for_replies(count, 60 + count / 10)
     last = Holdings(desktop, program, press, counter)
     print(f"after some errors: {first}\nafter {count} polls: {last}")
     compare(first, last)

@@ -10,6 +10,7 @@ from PIL import Image
 
 from harness.desktop import Desktop, Settings
 from harness.editor import Editor
+from harness.process import Here
 from harness.program import Program
 from harness.sandbox import Sandbox, SandboxError
 from harness.service import Line, Service, quote, unquote
@@ -51,6 +52,15 @@ def test_a_process_ended_by_a_signal_has_its_negative_number(sandbox):
     assert process.poll() is None
     process.send_signal(signal.SIGTERM)
     assert process.wait() == -signal.SIGTERM
+
+
+def test_a_process_beside_the_test_is_like_one_inside():
+    place = Here()
+    process = place.start(["sh", "-c", "read word; echo got $word; echo oops >&2; exec sleep 1000"])
+    process.write(b"hello\n")
+    wait_until(process.stdout, "its answer")
+    assert (process.stdout(), process.stderr(), process.poll()) == (b"got hello\n", b"oops\n", None)
+    assert process.kill() == -signal.SIGKILL
 
 
 def test_a_program_that_is_not_there_is_an_error(sandbox):
@@ -165,6 +175,8 @@ def test_a_line_of_the_service_is_words_and_fields():
     assert line.words == "request command"
     assert line.fields == {"connection": "3", "printer": b'a b="c"', "action": "102",
                            "text": b"1\nA"}
+    assert line.time is None
+    assert Line.parse("1234 settings hold_ms=5") == Line("settings", {"hold_ms": "5"}, 1234)
 
 
 def test_the_service_understands_odd_names(desktop):

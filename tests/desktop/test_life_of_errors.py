@@ -153,7 +153,7 @@ def test_an_answered_error_does_not_flash_up_again(desktop):
     for count in range(1, 13):
         desktop.service.report("A", job=str(count))
         box = desktop.person.wait_for_box("A")
-        requests = len(desktop.service.lines("request status"))
+        requests = desktop.service.count("request status")
         desktop.person.click(box, "Retry")
         desktop.service.wait_for_commands(count)
         desktop.service.wait_for("event published", 2 * count)

@@ -74,7 +74,7 @@ def start_abused(start_desktop):
 
 def spoil(desktop, fault, times=2):
     """Has the service show a fault so many times, and waits until it has."""
-    ended = len(desktop.service.lines("fault ended"))
+    ended = desktop.service.count("fault ended")
     desktop.service.fault(f"{fault} times {times} on status")
     desktop.service.wait_for("fault ended", ended + 1, deadline=30)
 

@@ -100,9 +100,9 @@ def test_boxes_can_be_answered_while_a_status_reply_is_awaited(desktop):
     desktop.start_polling_program()
     desktop.service.report("A")
     box = desktop.person.wait_for_box("A")
-    requests = len(desktop.service.lines("request status"))
+    requests = desktop.service.count("request status")
     desktop.service.fault("silent times 1 on status")
-    wait_until(lambda: len(desktop.service.lines("request status")) > requests, "a request")
+    wait_until(lambda: desktop.service.count("request status") > requests, "a request")
     desktop.person.click(box, "Cancel")
     desktop.person.wait_until_gone("A", deadline=3)
     assert desktop.service.wait_for_commands(deadline=3) == [command_document("A", CANCEL)]

@@ -85,7 +85,7 @@ def test_a_session_is_clean(watched):
     commands = desktop.service.wait_for_commands(4, DEADLINE)
     assert commands[:2] == [command_document("A", CANCEL), command_document("B", RETRY)]
     for fault in ("cut 100 times 1", "garbage 1000 times 1", "empty times 1"):
-        ended = len(desktop.service.lines("fault ended"))
+        ended = desktop.service.count("fault ended")
         desktop.service.fault(f"{fault} on status")
         desktop.service.wait_for("fault ended", ended + 1, DEADLINE)
     desktop.service.report("F", "1", 9999, 5)

@@ -7,7 +7,7 @@ import os
 
 import pytest
 
-from support import NAME, SIMULATOR, boxes, install, simulated_service, wait_for
+from support import NAME, SIMULATOR, install, person, simulated_service, wait_until
 from test_session import UserManager, needs_user_manager
 
 
@@ -20,17 +20,18 @@ def fixture_prefix(tmp_path):
 def test_unit_does_not_start_for_a_user_of_the_system(prefix):
     assert os.getuid() < 1000
     with simulated_service([prefix / "bin" / SIMULATOR]) as service:
-        service.command('error "Front Desk" 17 110 3 Print ribbon out or missing.')
+        service.report("Front Desk", "17")
         manager = UserManager(prefix)
         try:
-            wait_for("the graphical session",
-                     lambda: manager.show("ActiveState", "graphical-session.target") == "active")
-            wait_for("the decision", lambda: manager.show("ConditionTimestampMonotonic") != "0")
+            wait_until(
+                lambda: manager.show("ActiveState", "graphical-session.target") == "active",
+                "the graphical session")
+            wait_until(lambda: manager.show("ConditionTimestampMonotonic") != "0", "the decision")
             assert manager.show("ConditionResult") == "no"
             assert manager.show("ActiveState") == "inactive" and manager.main_pid() == 0
             manager.systemctl("start", NAME)  # by hand neither
             assert manager.show("ActiveState") == "inactive"
-            assert boxes("Front Desk") == []
-            assert not [line for line in service.lines if line.startswith("request status")]
+            assert person().windows("Front Desk") == []
+            assert service.lines("request status") == []
         finally:
             manager.stop()

@@ -1,7 +1,6 @@
 """The installed program in a session: started once, kept alive, ended with the session.
 
-A real systemd user manager keeps the program where one can run (see with-cgroup). A small
-supervisor that goes by the same unit file does so everywhere.
+A real systemd user manager keeps the program, where one can run (see with-cgroup).
 """
 
 import configparser
@@ -11,14 +10,13 @@ import re
 import shlex
 import signal
 import subprocess
-import threading
 import time
 
 import pytest
 
 from support import (
-    NAME, SIMULATOR, answer_an_error, boxes, install, press_first_button, run,
-    simulated_service, wait_for)
+    NAME, RETRY, SIMULATOR, answer_an_error, command_document, install, person,
+    press_first_button, run, simulated_service, wait_until)
 
 PRINTER = "Front Desk"
 
@@ -35,53 +33,10 @@ def fixture_service(prefix):
         yield service
 
 
-def read_unit(prefix):
-    unit = configparser.ConfigParser(interpolation=None, strict=False)
-    unit.optionxform = str
-    unit.read(prefix / "lib/systemd/user" / f"{NAME}.service")
-    return unit
-
-
 def autostart_command(prefix):
     entry = configparser.ConfigParser(interpolation=None)
     entry.read(prefix / "etc/xdg/autostart" / f"{NAME}.desktop")
     return shlex.split(entry["Desktop Entry"]["Exec"])
-
-
-class Supervisor:
-    """Starts what the unit says and starts it again as the unit says."""
-
-    CLEAN_ENDS = {0, *(-number for number in (
-        signal.SIGTERM, signal.SIGINT, signal.SIGHUP, signal.SIGPIPE))}
-
-    def __init__(self, prefix):
-        unit = read_unit(prefix)
-        self.command = shlex.split(unit["Service"]["ExecStart"])
-        self.pause = float(unit["Service"]["RestartSec"])
-        assert unit["Service"]["Restart"] == "on-failure"
-        assert unit["Unit"]["StartLimitIntervalSec"] == "0"  # a limit is not played here
-        self.starts = 0
-        self.process = None
-        self.stopping = threading.Event()
-        self.thread = threading.Thread(target=self._keep)
-        self.thread.start()
-
-    def _keep(self):
-        while not self.stopping.is_set():
-            self.process = subprocess.Popen(self.command, stderr=subprocess.DEVNULL)
-            self.starts += 1
-            if self.process.wait() in self.CLEAN_ENDS:
-                return
-            self.stopping.wait(self.pause)
-
-    def main_pid(self):
-        return self.process.pid if self.process and self.process.poll() is None else 0
-
-    def stop(self):
-        self.stopping.set()
-        if self.process and self.process.poll() is None:
-            self.process.terminate()
-        self.thread.join()
 
 
 class UserManager:
@@ -98,8 +53,8 @@ class UserManager:
         environment = dict(os.environ, SYSTEMD_UNIT_PATH=f"{units}:{prefix}/lib/systemd/user:")
         self.process = subprocess.Popen(["/lib/systemd/systemd", "--user"], env=environment)
         private_socket = pathlib.Path(os.environ["XDG_RUNTIME_DIR"]) / "systemd/private"
-        wait_for("the user manager", private_socket.exists)
-        wait_for("the user manager's readiness", lambda: self.show("Version", "") != "")
+        wait_until(private_socket.exists, "the user manager")
+        wait_until(lambda: self.show("Version", "") != "", "the user manager's readiness")
         self.systemctl("enable", NAME)
         self.systemctl("import-environment", "DISPLAY", "DBUS_SESSION_BUS_ADDRESS")
         self.systemctl("start", self.SESSION)
@@ -144,47 +99,45 @@ def fixture_manager(prefix):
     manager.stop()
 
 
-@pytest.fixture(name="keeper", params=[
-    pytest.param(UserManager, marks=needs_user_manager), Supervisor])
-def fixture_keeper(request, prefix):
-    keeper = request.param(prefix)
-    yield keeper
-    keeper.stop()
+def error_of(service, job):
+    service.report(PRINTER, job, 110, 3, "Print ribbon out or missing.")
+    person().wait_for_window(PRINTER, 60)
 
 
-def test_box_is_back_after_the_program_was_killed(keeper, prefix, service):
-    mark = service.command(f'error "{PRINTER}" 17 110 3 Print ribbon out or missing.')
-    wait_for("the box", lambda: boxes(PRINTER), 30)
-    killed = wait_for("the program", keeper.main_pid)
-    killed_at = time.monotonic()
-    os.kill(killed, signal.SIGKILL)
-    wait_for("the end of the box", lambda: not boxes(PRINTER))
-    wait_for("another start", lambda: keeper.main_pid() not in (0, killed), 30)
-    pause = float(read_unit(prefix)["Service"]["RestartSec"])
-    assert time.monotonic() - killed_at > pause - 1
-    wait_for("the box again", lambda: boxes(PRINTER), 30)
-    assert keeper.starts == 2
+def check_answer(service, job, count=1):
     press_first_button(PRINTER)
-    service.wait_for_line("^request command .*=retry ", mark)
+    assert service.wait_for_commands(count)[-1] == command_document(PRINTER, RETRY, job)
+
+
+@needs_user_manager
+def test_box_is_back_after_the_program_was_killed(manager, service):
+    error_of(service, "17")
+    killed, killed_at = manager.main_pid(), time.monotonic()
+    os.kill(killed, signal.SIGKILL)
+    person().wait_until_gone(PRINTER)
+    wait_until(lambda: manager.main_pid() not in (0, killed), "another start", 30)
+    # After the unit's pause: what ends at its start must not spin.
+    assert int(manager.show("ExecMainStartTimestampMonotonic")) / 1e6 >= killed_at + 10
+    person().wait_for_window(PRINTER, 30)
+    assert manager.starts == 2
+    check_answer(service, "17")
 
 
 @needs_user_manager
 def test_error_that_ends_the_program_leaves_it_alive_afterwards(manager, service):
     answer_an_error(service)
-    service.command('error "Back Office" 4 111 high A severity that is no number.')
-    wait_for("two starts after the first one", lambda: manager.starts >= 3, 60)
+    service.report("Back Office", "4", 111, "high", "A severity that is no number.")
+    wait_until(lambda: manager.starts >= 3, "two starts after the first one", 60)
     assert manager.show("ExecMainStatus") in ("6", "0")
-    mark = service.command('clear "Back Office" 4')
-    service.command(f'error "{PRINTER}" 18 110 3 Print ribbon out or missing.')
-    wait_for("the box of the next error", lambda: boxes(PRINTER), 60)
-    press_first_button(PRINTER)
-    service.wait_for_line('^request command .* job="18" .*=retry ', mark)
+    service.withdraw("Back Office", "4")
+    error_of(service, "18")
+    check_answer(service, "18", 2)
     assert manager.show("ActiveState") == "active"
 
 
 @needs_user_manager
 def test_unit_runs_the_program_with_its_rights_cut(manager, service):
-    pid = wait_for("the program", manager.main_pid)
+    pid = wait_until(manager.main_pid, "the program")
     answer_an_error(service)
     status = pathlib.Path(f"/proc/{pid}/status").read_text()
     assert re.search(r"^NoNewPrivs:\s*1$", status, re.M)
@@ -199,9 +152,9 @@ def test_program_ends_with_the_session_and_does_not_hold_it(manager, service):
     answer_an_error(service)
     pid = manager.main_pid()
     manager.end_session()
-    wait_for("the end of the program", lambda: not pathlib.Path(f"/proc/{pid}").exists())
-    wait_for("the end of the graphical session",
-             lambda: manager.show("ActiveState", "graphical-session.target") == "inactive")
+    wait_until(lambda: not pathlib.Path(f"/proc/{pid}").exists(), "the end of the program")
+    wait_until(lambda: manager.show("ActiveState", "graphical-session.target") == "inactive",
+               "the end of the graphical session")
     assert manager.show("Result") == "success"
     assert manager.main_pid() == 0
 
@@ -209,8 +162,8 @@ def test_program_ends_with_the_session_and_does_not_hold_it(manager, service):
 @needs_user_manager
 def test_terminated_program_stays_ended(manager, service):
     answer_an_error(service)
-    os.kill(wait_for("the program", manager.main_pid), signal.SIGTERM)
-    wait_for("the end of the unit", lambda: manager.show("ActiveState") == "inactive")
+    os.kill(manager.main_pid(), signal.SIGTERM)
+    wait_until(lambda: manager.show("ActiveState") == "inactive", "the end of the unit")
 
 
 @needs_user_manager
@@ -242,19 +195,21 @@ def test_autostart_entry_beside_the_unit_makes_no_second_program(manager, prefix
     assert manager.starts == 1
 
 
+@needs_user_manager
 def test_unit_beside_the_autostart_entry_makes_no_second_program(prefix, service):
     first = subprocess.Popen(autostart_command(prefix))
     try:
         answer_an_error(service)
-        supervisor = Supervisor(prefix)
+        manager = UserManager(prefix)
         try:
-            # Status 0 ends it for good: no start follows.
-            wait_for("the end of the second start", lambda: not supervisor.thread.is_alive())
-            assert supervisor.process.returncode == 0
-            assert supervisor.starts == 1
+            # Status 0 ends the unit for good: no start follows.
+            wait_until(lambda: manager.show("ExecMainExitTimestampMonotonic") != "0",
+                       "the end of the second start", 30)
+            wait_until(lambda: manager.show("ActiveState") == "inactive", "the end of the unit")
+            assert (manager.show("ExecMainStatus"), manager.starts) == ("0", 1)
+            answer_an_error(service, "Back Office")
         finally:
-            supervisor.stop()
-        answer_an_error(service, "Back Office")
+            manager.stop()
     finally:
         first.terminate()
         assert first.wait(60) == -signal.SIGTERM

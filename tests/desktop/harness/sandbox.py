@@ -15,7 +15,8 @@ import subprocess
 import sys
 import tempfile
 
-from .waiting import scaled, wait_until
+from .process import Process
+from .waiting import scaled
 
 TREE = pathlib.Path(__file__).resolve().parents[3]
 INSIDE = pathlib.Path(__file__).resolve().parent / "inside"
@@ -26,43 +27,18 @@ class SandboxError(Exception):
     """Something inside the sandbox cannot be done."""
 
 
-class SandboxProcess:
-    """A process inside the sandbox; its output goes to files that anybody may read at any time."""
+class SandboxProcess(Process):
+    """A process inside the sandbox."""
 
-    def __init__(self, sandbox, name, pid, stdin, stdout_path, stderr_path):
+    def __init__(self, sandbox, *rest):
+        super().__init__(*rest)
         self.sandbox = sandbox
-        self.name = name
-        self.pid = pid
-        self.stdin = stdin
-        self.stdout_path = stdout_path
-        self.stderr_path = stderr_path
 
     def poll(self):
-        """The exit status, negative for a signal; None while it runs."""
         return self.sandbox.call("poll", pid=self.pid)
-
-    def wait(self, deadline=10.0):
-        """Waits for the end and returns the exit status."""
-        wait_until(lambda: self.poll() is not None, f"the end of {self.name}", deadline)
-        return self.poll()
 
     def send_signal(self, number):
         self.sandbox.call("send_signal", pid=self.pid, number=int(number))
-
-    def kill(self):
-        if self.poll() is None:
-            self.send_signal(signal.SIGKILL)
-        return self.wait()
-
-    def write(self, data):
-        self.stdin.write(data)
-        self.stdin.flush()
-
-    def stdout(self):
-        return self.stdout_path.read_bytes()
-
-    def stderr(self):
-        return self.stderr_path.read_bytes()
 
 
 class Sandbox:
@@ -83,25 +59,18 @@ class Sandbox:
         self.runtime = self.directory / "run"
         for directory in (self.etc, self.home, self.runtime):
             directory.mkdir(mode=0o700)
-        self._fill_etc()
+        self.etc.chmod(0o755)
         self.environment = self._make_environment()
         self._link, inner = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
         info_read, info_write = os.pipe()
         with inner, open(info_read, "rb") as info:
             self._bwrap = subprocess.Popen(
-                [*self._bwrap_command(), "--info-fd", str(info_write), sys.executable, "-IS",
+                [*self._bwrap_command(info_write), sys.executable, "-IS",
                  str(INSIDE / "process_agent.py"), str(inner.fileno())],
                 pass_fds=[inner.fileno(), info_write], env=self.environment,
                 stdin=subprocess.DEVNULL)
             os.close(info_write)
             self._first_process = os.pidfd_open(json.load(info)["child-pid"])
-
-    def _fill_etc(self):
-        self.etc.chmod(0o755)
-        for entry in os.scandir("/etc"):
-            if entry.name != "zor-card-printer.conf":
-                target = os.readlink(entry) if entry.is_symlink() else f"/run/etc/{entry.name}"
-                (self.etc / entry.name).symlink_to(target)
 
     def _make_environment(self):
         environment = {
@@ -116,7 +85,7 @@ class Sandbox:
                         if name.startswith(PASSED_ON)}
         return environment
 
-    def _bwrap_command(self):
+    def _bwrap_command(self, info):
         writable = [self.directory, *filter(None, os.environ.get("ZOR_WRITABLE", "").split(":"))]
         readable = [TREE, build_directory()]
         return [
@@ -131,6 +100,7 @@ class Sandbox:
             "--bind", str(self.etc), "/etc",
             "--bind", str(self.directory / "log"), "/dev/log",
             "--chdir", str(self.home),
+            "--info-fd", str(info), str(TREE / "tests" / "sandbox-etc"),
         ]
 
     def call(self, name, descriptors=(), **arguments):

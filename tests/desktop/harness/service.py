@@ -51,21 +51,30 @@ class Line:
     """One thing that happened to the service, as it says: its words, then its fields."""
     words: str
     fields: dict
+    time: int | None = None  # of the monotonic clock, in microseconds
 
     @staticmethod
     def parse(line):
+        time = None
+        if line[:1].isdecimal():
+            stamp, line = line.split(" ", 1)
+            time = int(stamp)
         words = line.split("=")[0].rsplit(" ", 1)[0] if "=" in line else line
         fields = {name: unquote(value) if value.startswith('"') else value
                   for name, value in FIELD.findall(line)}
-        return Line(words, fields)
+        return Line(words, fields, time)
 
 
 class Service:
-    """Listens where the program expects it, from the moment that the constructor returns."""
+    """Listens where the program expects it, from the moment that the constructor returns.
 
-    def __init__(self, sandbox):
-        self._process = sandbox.start(
-            [build_directory() / "zor-printer-service-simulator", "--verbose"], name="service")
+    `place` starts its process: a Sandbox, or a Here. `command` is for one that is not in the build.
+    """
+
+    def __init__(self, place, command=None):
+        self._process = place.start(
+            [*(command or [build_directory() / "zor-printer-service-simulator"]), "--verbose",
+             "--timestamps"], name="service")
         self._lines = {None: []}  # by their words, and all of them
         self._unread = b""
         self._offset = 0
@@ -75,6 +84,15 @@ class Service:
 
     def lines(self, words=None):
         """What the service has said so far, or the lines that consist of these words and fields."""
+        self._read()
+        return list(self._lines.get(words, []))
+
+    def count(self, words):
+        """The number of these lines so far."""
+        self._read()
+        return len(self._lines.get(words, []))
+
+    def _read(self):
         with open(self._process.stdout_path, "rb") as file:
             file.seek(self._offset)
             new = file.read()
@@ -84,7 +102,6 @@ class Service:
             parsed = Line.parse(line.decode("latin-1"))
             self._lines[None].append(parsed)
             self._lines.setdefault(parsed.words, []).append(parsed)
-        return list(self._lines.get(words, []))
 
     def commands(self):
         """The job commands received so far: requests as they came, bytes."""
@@ -92,13 +109,13 @@ class Service:
 
     def wait_for_commands(self, count=1, deadline=10.0):
         """Waits until so many job commands have come in all; returns all."""
-        wait_until(lambda: len(self.commands()) >= count,
+        wait_until(lambda: self.count("request command") >= count,
                    lambda: f"{count} commands; there are {self.commands()}", deadline)
         return self.commands()
 
     def replies(self):
         """The number of status requests answered so far."""
-        return len(self.lines("reply status"))
+        return self.count("reply status")
 
     def wait_for_replies(self, count, deadline=10.0):
         """Waits until so many more status requests have been answered."""
@@ -107,13 +124,17 @@ class Service:
 
     def wait_for(self, words, count=1, deadline=10.0):
         """Waits until the service has said something so many times in all; returns the lines."""
-        wait_until(lambda: len(self.lines(words)) >= count,
+        wait_until(lambda: self.count(words) >= count,
                    lambda: f"{count} times {words!r}; it said {self.complaints()}", deadline)
         return self.lines(words)
 
     def complaints(self):
         """What the service did not understand, which is a fault of the test."""
         return self._process.stderr().decode()
+
+    def kill(self):
+        """Ends it as a crash would."""
+        self._process.kill()
 
     # ---- What it is to do -----------------------------------------------------------------------
 
@@ -152,18 +173,18 @@ class Service:
 
     def _set(self, command):
         # What comes over the net right afterwards must find it done.
-        count = len(self.lines("settings"))
+        count = self.count("settings")
         self.say(command)
         self.wait_for("settings", count + 1)
 
     def stop(self):
         """Stops listening, and waits until it has."""
-        count = len(self.lines("service stopped"))
+        count = self.count("service stopped")
         self.say("stop")
         self.wait_for("service stopped", count + 1)
 
     def go_on(self):
         """Listens again after stop(), and waits until it does."""
-        count = len(self.lines("service started"))
+        count = self.count("service started")
         self.say("start")
         self.wait_for("service started", count + 1)

@@ -9,8 +9,12 @@ import os
 import sys
 import traceback
 
-from accessibility import Accessibility
 from screen import Screen
+
+try:
+    from accessibility import Accessibility
+except (ImportError, ValueError):
+    Accessibility = None  # the test that the packages bring needs windows and keys only
 
 
 class Person:

@@ -10,7 +10,6 @@ import Xlib.Xatom
 import Xlib.XK
 import Xlib.Xutil
 import Xlib.protocol.event
-from PIL import Image
 
 FROM_A_PAGER = 2  # source indication of a task bar
 MOTIF_FUNCTIONS, MOTIF_DECORATIONS = 1, 2
@@ -191,6 +190,7 @@ class Screen:
         return ""
 
     def take_screenshot(self, path):
+        from PIL import Image  # the test that the packages bring needs no pictures
         width, height = self.size()
         image = Image.new("RGB", (width, height))
         for top in range(0, height, STRIP):

@@ -174,8 +174,10 @@ def test_metainfo_is_valid_and_names_what_is_installed(prefix):
 
 def translations():
     """The installed languages with their texts."""
-    return {path.stem: {entry.msgid: entry.msgstr for entry in polib.pofile(str(path))}
-            for path in (TREE / "po").glob("*.po")}
+    found = {path.stem: {entry.msgid: entry.msgstr for entry in polib.pofile(str(path))}
+             for path in (TREE / "po").glob("*.po")}
+    assert found
+    return found
 
 
 def test_each_language_has_its_texts_where_the_c_library_looks(prefix):
@@ -191,7 +193,7 @@ def test_the_desktop_knows_the_program_in_each_language(prefix):
     name, comment = "Card Printer Errors", "Show the errors of card printers and take the answers"
     entries = list(prefix.rglob("*.desktop"))
     metainfo = (prefix / "share/metainfo/tamarix.error.ui.metainfo.xml").read_text()
-    assert entries
+    assert len(entries) == 2
     for language, texts in translations().items():
         for entry in entries:
             lines = entry.read_text().splitlines()
@@ -202,8 +204,9 @@ def test_the_desktop_knows_the_program_in_each_language(prefix):
 
 
 def test_icons_have_the_sizes_of_their_directories(prefix):
-    icons = prefix / "share/icons/hicolor"
-    for png in icons.rglob("*.png"):
+    icons = list((prefix / "share/icons/hicolor").rglob("*.png"))
+    assert icons
+    for png in icons:
         header = png.read_bytes()[:24]
         size = (int.from_bytes(header[16:20], "big"), int.from_bytes(header[20:24], "big"))
         assert png.parent.parent.name == f"{size[0]}x{size[1]}"

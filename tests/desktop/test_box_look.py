@@ -49,10 +49,10 @@ def check_readable(box, screen):
     return bar_shown
 
 
-def check_centered(window, screen, tolerance=TITLE_BAR):
+def check_centered(window, screen):
     client = window.client
-    assert abs(client.x + client.width / 2 - screen[0] / 2) <= tolerance
-    assert abs(client.y + client.height / 2 - screen[1] / 2) <= tolerance
+    assert abs(client.x + client.width / 2 - screen[0] / 2) <= TITLE_BAR
+    assert abs(client.y + client.height / 2 - screen[1] / 2) <= TITLE_BAR
 
 
 def test_the_title_is_the_printers_name(desktop):

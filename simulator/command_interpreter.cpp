@@ -296,7 +296,8 @@ void CommandInterpreter::run(const Action& action, const std::string& where) {
 CommandInterpreter::Action CommandInterpreter::parse_command(std::string_view line,
                                                              const std::string& where) {
     Tokenizer words(line);
-    const CommandEntry& command = command_named(words.require("command"));
+    const std::string name = words.require("command");
+    const CommandEntry& command = command_named(name);
     try {
         return (this->*command.parser)(words, where);
     } catch (const CommandError& error) {

@@ -177,30 +177,58 @@ def test_packages_hold_the_installed_files(packages):
     assert sorted(contents ^ expected) == []
 
 
-def test_rpm_packages_hold_the_installed_files():
+@pytest.fixture(scope="module", name="rpms")
+def fixture_rpms():
     output = WORK / "rpm"
     run(TREE / "scripts/build-rpm", "--output", output)
     files = sorted(path for path in output.glob("*.rpm") if not path.name.endswith(".src.rpm"))
     assert len(files) == len(PACKAGES)
-    root = WORK / "rpm-root"
-    run("rpm", "--root", root, "--initdb")
-    run("rpm", "--root", root, "--install", "--nodeps", "--noscripts", *files)
-    listed = run("rpm", "--root", root, "--query", "--all", "--list").splitlines()
-    contents = {path.removesuffix(".gz") for path in listed
-                if not (root / path[1:]).is_dir() and "/.build-id/" not in path}
+    return files
+
+
+@pytest.fixture(name="rpm_root")
+def fixture_rpm_root(tmp_path):
+    """A root directory with a database of packages, and with what their scripts call."""
+    for program in ("/bin/sh", "/usr/bin/systemctl"):
+        for file in (program, *re.findall(r"/[^ ]+(?= \()", run("ldd", program))):
+            (tmp_path / file[1:]).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(file, tmp_path / file[1:])
+    (tmp_path / "dev").mkdir()
+    os.mknod(tmp_path / "dev/null", stat.S_IFCHR | 0o666, os.makedev(1, 3))
+    run("rpm", "--root", tmp_path, "--initdb")
+    return tmp_path
+
+
+def test_rpm_packages_hold_the_installed_files(rpms):
+    contents = {path.removesuffix(".gz") for file in rpms
+                for path in run("rpm", "--query", "--list", "--package", file).splitlines()
+                if "/.build-id" not in path}
     expected = set((TREE / "packaging/installed-files.txt").read_text().splitlines())
-    preset = f"/usr/lib/systemd/user-preset/90-{NAME}.preset"
-    assert sorted(contents ^ (expected | {preset})) == []
-    # What its scripts do, done from outside, as there is nothing else in that root.
-    scripts = run("rpm", "--root", root, "--query", "--scripts", NAME)
-    wanted = root / f"etc/systemd/user/graphical-session.target.wants/{NAME}.service"
-    for verb, is_wanted in (("preset", True), ("disable", False)):
-        assert f"systemctl --global {verb} {NAME}.service" in scripts
-        run("systemctl", f"--root={root}", "--global", verb, f"{NAME}.service")
-        assert wanted.is_symlink() == is_wanted
-    run("rpm", "--root", root, "--erase", "--noscripts", *PACKAGES)
-    left = [path for path in root.rglob("*zor-*")]
-    assert left == []
+    expected.add(f"/usr/lib/systemd/user-preset/90-{NAME}.preset")
+    # The packages own their directories too.
+    directories = {path for path in contents - expected
+                   if any(file.startswith(f"{path}/") for file in expected)}
+    assert sorted((contents - directories) ^ expected) == []
+
+
+def test_rpm_scripts_enable_the_unit_once_and_leave_no_trace(rpms, rpm_root):
+    unit = f"{NAME}.service"
+    wanted = rpm_root / "etc/systemd/user/graphical-session.target.wants" / unit
+    run("rpm", "--root", rpm_root, "--install", "--nodeps", *rpms)
+    assert wanted.is_symlink()
+    run("chroot", rpm_root, "systemctl", "--global", "disable", unit)
+    run("rpm", "--root", rpm_root, "--upgrade", "--nodeps", "--force", *rpms)
+    assert not wanted.is_symlink(), "what the administrator disabled stays so"
+    run("chroot", rpm_root, "systemctl", "--global", "enable", unit)
+    run("rpm", "--root", rpm_root, "--erase", *PACKAGES)
+    assert [path for path in rpm_root.rglob("*zor-*")] == []
+    assert not wanted.is_symlink()
+
+    preset = rpm_root / "etc/systemd/user-preset/10-no-card-printer.preset"
+    preset.parent.mkdir(parents=True)
+    preset.write_text(f"disable {unit}\n")
+    run("rpm", "--root", rpm_root, "--install", "--nodeps", *rpms)
+    assert not wanted.is_symlink(), "an administrator's preset comes first"
 
 
 def test_copyright_grants_no_licence(packages):

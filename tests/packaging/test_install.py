@@ -1,11 +1,13 @@
 """What `cmake --install` puts where, and whether the desktop's own tools find it in order."""
 
 import configparser
+import email.utils
 import os
 import re
 import socket
 import stat
 import subprocess
+from xml.etree import ElementTree
 
 import polib
 import pytest
@@ -250,8 +252,36 @@ def test_example_configuration_logs_nothing_until_its_number_is_changed(prefix, 
         os.unlink(configuration)
 
 
-def test_version_of_the_packages_is_the_version_of_the_build():
+def release_of_changelog():
+    text = (TREE / "CHANGELOG.md").read_text()
+    return re.search(r"^## \[(\d+\.\d+\.\d+)\] - (\d{4}-\d\d-\d\d)$", text, re.M).groups()
+
+
+def release_of_man_page(path):
+    heading = path.read_text().replace("\\-", "-")
+    date, version = re.search(rf'^\.TH \S+ \d (\S+) "{NAME} (\S+)"', heading, re.M).groups()
+    return version, date
+
+
+def release_of_packages():
+    text = (TREE / "packaging/debian/changelog").read_text()
+    version = re.match(rf"{NAME} \((\S+)\)", text).group(1)
+    date = email.utils.parsedate_to_datetime(re.search(r"^ -- .*>  (.*)$", text, re.M).group(1))
+    return version, f"{date:%Y-%m-%d}"
+
+
+def release_of_metainfo():
+    release = ElementTree.parse(next((TREE / "packaging").glob("*.metainfo.xml"))).find(".//release")
+    return release.get("version"), release.get("date")
+
+
+def test_every_place_names_the_same_release(prefix):
+    pages = sorted((TREE / "docs/man").iterdir())
+    assert pages
+    places = {"packages": release_of_packages(), "metainfo": release_of_metainfo(),
+              **{page.name: release_of_man_page(page) for page in pages}}
+    release = release_of_changelog()
+    assert places == dict.fromkeys(places, release)
     cmake = (TREE / "CMakeLists.txt").read_text()
-    version = cmake.split("VERSION", 2)[2].split()[0]
-    changelog = (TREE / "packaging/debian/changelog").read_text()
-    assert changelog.startswith(f"{NAME} ({version})")
+    assert re.search(r"^project\(.* VERSION (\S+) ", cmake, re.M).group(1) == release[0]
+    assert run(prefix / "bin" / SIMULATOR, "--version").split()[-1] == release[0]

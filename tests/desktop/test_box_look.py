@@ -100,9 +100,16 @@ def test_the_box_is_centered_above_and_in_the_task_bar_and_has_no_way_to_close_i
     everything, close = 1, 32  # with "everything" the others say what there is not
     assert has_functions and (functions & everything) and (functions & close)
     assert "_NET_WM_STATE_MODAL" not in window.states
+    def printer_name():
+        labels = desktop.person.wait_for_box("Front desk").root.all("label")
+        return [label.name for label in labels if "showing" in label.states]
+
     if window_manager:
         assert "_NET_WM_STATE_ABOVE" in window.states
         assert window.id in desktop.person.task_bar()
+        assert "Front desk" not in printer_name()
+    else:
+        wait_until(lambda: "Front desk" in printer_name(), "the name above the text")
 
 
 def test_the_icon_takes_a_twentieth_of_the_screens_height(start_desktop):

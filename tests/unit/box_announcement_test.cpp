@@ -10,6 +10,7 @@
 
 #include "object_owner.h"
 #include "test_support.h"
+#include "translation_support.h"
 
 // Behind GoogleTest, which uses the names of its macros.
 #include <X11/XKBlib.h>
@@ -74,6 +75,15 @@ TEST_F(AnnouncementTest, TheSignHasAName) {
     describe_box(box, sign, BoxSign::Warning, TEXT);
     EXPECT_STREQ(atk_object_get_name(gtk_widget_get_accessible(sign)), "Warning");
     EXPECT_STREQ(atk_object_get_description(gtk_widget_get_accessible(sign)), "The title.");
+}
+
+TEST_F(AnnouncementTest, TheSignsNameIsInThePersonsLanguage) {
+    const Translation translation({{"Error", "Fehler"}, {"Warning", "Warnung"}}, "gtk30");
+    describe_box(box, sign, BoxSign::Error, TEXT);
+    EXPECT_STREQ(atk_object_get_name(gtk_widget_get_accessible(sign)), "Fehler");
+    EXPECT_STREQ(atk_object_get_name(get_notification()), "Fehler, Front desk");
+    describe_box(box, sign, BoxSign::Warning, TEXT);
+    EXPECT_STREQ(atk_object_get_name(gtk_widget_get_accessible(sign)), "Warnung");
 }
 
 TEST_F(AnnouncementTest, TheWindowIsDescribedWithTheWholeText) {

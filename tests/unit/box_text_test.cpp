@@ -68,6 +68,22 @@ private:
     GtkWidget* m_window = nullptr;
 };
 
+TEST_F(BoxTextTest, TheTitleAloneIsBold) {
+    show("Title\n\nBody");
+    const auto is_bold = [this](int offset) {
+        GtkTextIter place;
+        gtk_text_buffer_get_iter_at_offset(gtk_text_view_get_buffer(text_view), &place, offset);
+        auto* attributes = gtk_text_view_get_default_attributes(text_view);
+        gtk_text_iter_get_attributes(&place, attributes);
+        const auto weight = pango_font_description_get_weight(attributes->font);
+        gtk_text_attributes_unref(attributes);
+        return weight == PANGO_WEIGHT_BOLD;
+    };
+    EXPECT_TRUE(is_bold(0));
+    EXPECT_TRUE(is_bold(4));
+    EXPECT_FALSE(is_bold(7));
+}
+
 struct StepRow {
     const char* name;
     std::string number; // with its mark and blanks

@@ -142,9 +142,11 @@ TEST_P(SeverityTest, DecidesLabelsAndActions) {
 }
 
 TEST_P(SeverityTest, DecidesTheIcon) {
-    present_severity(GetParam().severity);
+    auto* box = present_severity(GetParam().severity);
     EXPECT_THAT(logged_by("present_error_box"),
                 Contains("setting icon: " + (data.assets() / GetParam().icon).string()));
+    const std::string word = GetParam().icon == std::string("stop.png") ? "Error" : "Warning";
+    EXPECT_EQ(atk_object_get_name(gtk_widget_get_accessible(find_in_box(box, "image1"))), word);
 }
 
 TEST_P(SeverityTest, EachButtonSendsItsActionOnce) {
@@ -163,6 +165,12 @@ TEST_P(SeverityTest, EachButtonSendsItsActionOnce) {
 }
 
 // ---- Texts --------------------------------------------------------------------------------------
+
+TEST_F(ErrorBoxTest, ScrollBarStandsBesideTheText) {
+    auto* text = find_in_box(present(make_error("P", "1")), "textview1");
+    auto* scrolled = gtk_widget_get_ancestor(text, GTK_TYPE_SCROLLED_WINDOW);
+    EXPECT_FALSE(gtk_scrolled_window_get_overlay_scrolling(GTK_SCROLLED_WINDOW(scrolled)));
+}
 
 TEST_F(ErrorBoxTest, ShowsTitleAndBodyOfTheCode) {
     const auto entry = looked_up_printer_error_strings(114);

@@ -1,5 +1,6 @@
 #include "gui_config.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <array>
@@ -19,7 +20,19 @@ namespace {
 std::array<char, CONFIG_LINE_BUFFER_SIZE> watched_buffer;
 bool watch_next_buffer = false;
 
+std::vector<int> open_flags; // of each file opened by the program's own code
+
 } // namespace
+
+extern "C" int __real_open(const char* path, int flags);
+extern "C" int __wrap_open(const char* path, int flags) {
+    open_flags.push_back(flags);
+    return __real_open(path, flags);
+}
+// What a fortified build calls.
+extern "C" int __wrap___open_2(const char* path, int flags) {
+    return __wrap_open(path, flags);
+}
 
 void* operator new[](std::size_t size) {
     if (watch_next_buffer && size == watched_buffer.size()) {
@@ -268,6 +281,14 @@ TEST(ReadConfigSetting, ReturnsTheRawValueOfAnyKey) {
     EXPECT_EQ(read_config_setting("Colour"), "");
     EXPECT_EQ(read_config_int_setting("colour", 7), 7);
     EXPECT_EQ(read_config_int_setting("absent", -7), -7);
+}
+
+TEST(ReadConfigSetting, LeavesNoFileOpenToAProgramThatIsStartedMeanwhile) {
+    ConfigFile file("colour = blue\n");
+    open_flags.clear();
+    EXPECT_EQ(read_config_setting("colour"), "blue");
+    ASSERT_EQ(open_flags.size(), 1U);
+    EXPECT_NE(open_flags[0] & O_CLOEXEC, 0);
 }
 
 TEST(ReadConfigSetting, SeesAnEditedFileAtTheNextRequest) {

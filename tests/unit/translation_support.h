@@ -26,14 +26,16 @@ public:
         const std::string order = std::endian::native == std::endian::big ? "--big" : "--little";
         run("localedef --no-archive " + order + "-endian -i en_US -f UTF-8 /tmp/en_US.UTF-8");
         bindtextdomain("messages", directory.c_str());
+        bindtextdomain("gtk30", directory.c_str());
         setenv("LOCPATH", "/tmp", 1);
         setenv("LANGUAGE", language.c_str(), 1);
         EXPECT_NE(std::setlocale(LC_ALL, "en_US.UTF-8"), nullptr);
     }
 
-    // The same with a catalogue of these texts and their translations, any of which may be empty.
-    explicit Translation(const Texts& texts)
-        : Translation((write_catalogue(texts), "/tmp/locale"), "xx") {}
+    // The same with a catalogue of these texts and their translations, any of which may be empty:
+    // the program's own, or that of another text domain.
+    explicit Translation(const Texts& texts, const std::string& domain = "messages")
+        : Translation((write_catalogue(texts, domain), "/tmp/locale"), "xx") {}
 
     ~Translation() {
         std::setlocale(LC_ALL, "C");
@@ -60,8 +62,8 @@ private:
         return result + "\"\n";
     }
 
-    static void write_catalogue(const Texts& texts) {
-        const std::string path = "/tmp/locale/xx/LC_MESSAGES/messages.mo";
+    static void write_catalogue(const Texts& texts, const std::string& domain) {
+        const std::string path = "/tmp/locale/xx/LC_MESSAGES/" + domain + ".mo";
         std::filesystem::create_directories("/tmp/locale/xx/LC_MESSAGES");
         std::ofstream po("/tmp/messages.po");
         po << "msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=UTF-8\\n\"\n";

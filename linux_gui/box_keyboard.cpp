@@ -66,6 +66,7 @@ public:
         stop(m_new_box_timer);
         stop(m_new_focus_timer);
         stop(m_pause_timer);
+        stop_counting_frames();
         ignore_requests();
         if (m_presses != nullptr) {
             g_object_unref(m_presses);
@@ -83,7 +84,7 @@ private:
     static void handle_unrealize(GtkWidget* box, gpointer raw);
     static void handle_unmap(GtkWidget* box, gpointer raw);
     static gboolean handle_map(GtkWidget* box, GdkEvent* event, gpointer raw);
-    static gboolean handle_frame(GtkWidget* box, GdkFrameClock* clock, gpointer raw);
+    static void handle_frame(GdkFrameClock* clock, gpointer raw);
     static gboolean handle_new_box_timer(gpointer raw);
     static gboolean handle_new_focus_timer(gpointer raw);
     static gboolean handle_pause_timer(gpointer raw);
@@ -93,6 +94,7 @@ private:
     static void handle_press(GtkGesture* gesture, int press_count, double x, double y,
                              gpointer raw);
 
+    void stop_counting_frames();
     void await_pause();
     void notice_request();
     void ignore_requests();
@@ -101,6 +103,9 @@ private:
     TypingGuard m_guard;
     GtkGesture* m_presses = nullptr;
     bool m_was_mapped = false;
+    // While frames are counted. A tick callback of GTK would do, but for a window that somebody
+    // else destroys: GTK then looks for the clock of a window that is not there.
+    ObjectOwner<GdkFrameClock> m_frame_clock;
     int m_frames = 0;
     guint m_new_box_timer = 0;
     guint m_new_focus_timer = 0;
@@ -175,19 +180,29 @@ void BoxKeyboard::handle_window_gone() {
 gboolean BoxKeyboard::handle_map(GtkWidget* box, GdkEvent* /*event*/, gpointer raw) {
     auto* keyboard = static_cast<BoxKeyboard*>(raw);
     if (!std::exchange(keyboard->m_was_mapped, true)) {
-        gtk_widget_add_tick_callback(box, handle_frame, raw, nullptr);
+        auto* clock = gtk_widget_get_frame_clock(box);
+        keyboard->m_frame_clock.reset(GDK_FRAME_CLOCK(g_object_ref(clock)));
+        g_signal_connect(clock, "before-paint", G_CALLBACK(handle_frame), raw);
+        gdk_frame_clock_request_phase(clock, GDK_FRAME_CLOCK_PHASE_BEFORE_PAINT);
     }
     return GDK_EVENT_PROPAGATE;
 }
 
-gboolean BoxKeyboard::handle_frame(GtkWidget* /*box*/, GdkFrameClock* /*clock*/, gpointer raw) {
+void BoxKeyboard::handle_frame(GdkFrameClock* clock, gpointer raw) {
     auto* keyboard = static_cast<BoxKeyboard*>(raw);
     if (++keyboard->m_frames < FRAMES_UNTIL_SEEN) {
-        return G_SOURCE_CONTINUE;
+        gdk_frame_clock_request_phase(clock, GDK_FRAME_CLOCK_PHASE_BEFORE_PAINT);
+        return;
     }
+    keyboard->stop_counting_frames();
     keyboard->m_new_box_timer = g_timeout_add_full(BEHIND_ALL_EVENTS, BLINK_MILLISECONDS,
                                                    handle_new_box_timer, raw, nullptr);
-    return G_SOURCE_REMOVE;
+}
+
+void BoxKeyboard::stop_counting_frames() {
+    if (const auto clock = std::move(m_frame_clock)) {
+        g_signal_handlers_disconnect_by_data(clock.get(), this);
+    }
 }
 
 gboolean BoxKeyboard::handle_new_box_timer(gpointer raw) {

@@ -269,6 +269,7 @@ def test_packages_pass_the_test_that_they_bring(root, packages):
     """In the root from before, which autopkgtest fills with what the test names."""
     shutil.copy("/etc/resolv.conf", root / "etc/resolv.conf")
     source = next(packages.glob("*.dsc"))
+    in_root("apt-get", "update")  # a fresh root has no lists of what the archive holds
     # The network, with its port 1753, stays this machine's, for the package archive.
     run("unshare", "--mount", "--pid", "--fork", "--kill-child", "sh", "-euc",
         'mount -t proc proc "$1/proc"; mount --bind /dev "$1/dev"; shift; exec "$@"', "sh", root,

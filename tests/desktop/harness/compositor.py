@@ -12,6 +12,7 @@ import pytest
 
 from .desktop import Desktop
 from .editor import Editor
+from .pictures import BLACK
 from .sandbox import INSIDE
 from .waiting import wait_until
 
@@ -29,6 +30,9 @@ class Compositor:
     environment: dict = dataclasses.field(default_factory=dict)
     files: dict = dataclasses.field(default_factory=dict)  # in the home directory
     x_server: bool = True  # whether it runs one beside itself
+    # Whether its pointer goes as far as the mouse does, from where it saw the mouse come in. What
+    # came in while it started it has not seen.
+    relative_pointer: bool = False
 
 
 COMPOSITORS = {
@@ -38,7 +42,8 @@ COMPOSITORS = {
     "sway": Compositor((*NOT_AS_ROOT, "sway", "--config", "{home}/sway"),
                        {"WLR_BACKENDS": "x11", "WLR_RENDERER": "pixman"}, {"sway": SWAY}),
     "weston": Compositor(("weston", "--backend=x11-backend.so", "--use-pixman", "--xwayland",
-                          "--width=1920", "--height=1080", "--idle-time=0", "--no-config")),
+                          "--width=1920", "--height=1080", "--idle-time=0", "--no-config"),
+                         relative_pointer=True),
     # A kiosk: each window fills the screen, and without -d GTK draws its title.
     "cage": Compositor((*NOT_AS_ROOT, "cage", "-d", "--", "sleep", "infinity"),
                        {"WLR_BACKENDS": "x11", "WLR_RENDERER": "pixman"}, x_server=False),
@@ -67,6 +72,10 @@ class WaylandDesktop(Desktop):
         # Without a window manager the keys go to the window under the pointer.
         self.person.move_pointer(700, 40)
         wait_until(lambda: self.person.any_window_at(700, 40), "the compositor's window")
+        if compositor.relative_pointer:
+            everything = (0, 0, *self.person.screen_size())
+            wait_until(lambda: self.find_color(BLACK) != everything, "the compositor's first picture")
+            self.person.enter_again()
 
     def _start(self, command, environment, x_server):
         displays = self._x_servers()

@@ -273,6 +273,10 @@ class Person:
     def move_pointer(self, x, y):
         self._ask("move_pointer", x=x, y=y)
 
+    def enter_again(self):
+        """Has the pointer leave the window that it is in and enter it again, where it is."""
+        self._ask("enter_again")
+
     def press_mouse_button(self, number=1):
         self._ask("press_mouse_button", number=number)
 

@@ -2,6 +2,7 @@
 
 from PIL import Image, ImageChops, ImageStat
 
+BLACK = 0, 0, 0
 RED = 192, 28, 40  # of the stop sign; nothing else on the desktops of the tests has it
 
 

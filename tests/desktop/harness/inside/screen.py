@@ -224,6 +224,15 @@ class Screen:
         Xlib.ext.xtest.fake_input(self.display, Xlib.X.MotionNotify, x=x, y=y)
         self.display.sync()
 
+    def enter_again(self):
+        """Has the pointer leave the window that it is in and enter it again, where it is."""
+        where = self.root.query_pointer()
+        other = self.root.create_window(where.root_x, where.root_y, 1, 1, 0, Xlib.X.CopyFromParent,
+                                        Xlib.X.InputOnly, override_redirect=True)
+        other.map()
+        other.destroy()
+        self.display.sync()
+
     def pointer(self):
         where = self.root.query_pointer()
         return [where.root_x, where.root_y]

@@ -24,6 +24,7 @@
 
 #include <gtk/gtk.h>
 
+#include "attention_demand.h"
 #include "box_announcement.h"
 #include "box_keyboard.h"
 #include "box_look.h"
@@ -616,6 +617,7 @@ GtkWidget* present_error_box(const PrinterErrorInfo& error) {
     gtk_window_set_keep_above(GTK_WINDOW(win), TRUE);
     gtk_window_set_type_hint(GTK_WINDOW(win), GDK_WINDOW_TYPE_HINT_DIALOG); // floats among tiles
     gtk_window_stick(GTK_WINDOW(win)); // whichever workspace the person is at
+    take_back_demand_for_attention(win);
     guard_error_box(win);
     watch_presses(win, get_widget(builder, "buttonbox1"));
     guard_box_from_typing(win);

@@ -1,0 +1,173 @@
+// What a box does when the window manager demands attention for it: a real one, which takes the
+// name that the test gives it.
+
+#include "attention_demand.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+
+// Behind GoogleTest, which uses the names of its macros.
+#include <X11/Xatom.h>
+#include <gdk/gdkx.h>
+#undef Bool
+#undef None
+#undef Status
+
+#include "test_support.h"
+
+namespace {
+
+void run_main_loop_until(const std::function<bool()>& condition) {
+    EXPECT_TRUE(wait_until([&condition] {
+        while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+        }
+        return condition();
+    }));
+}
+
+// Says what the window manager is called. GTK asks once, and again when this is gone.
+class WindowManagerName {
+public:
+    explicit WindowManagerName(const std::string& name) {
+        m_window =
+            XCreateSimpleWindow(m_display, DefaultRootWindow(m_display), 0, 0, 1, 1, 0, 0, 0);
+        XChangeProperty(m_display, m_window, atom("_NET_WM_NAME"), atom("UTF8_STRING"), 8,
+                        PropModeReplace, reinterpret_cast<const unsigned char*>(name.data()),
+                        static_cast<int>(name.size()));
+        for (const auto window : {m_window, DefaultRootWindow(m_display)}) {
+            XChangeProperty(m_display, window, atom("_NET_SUPPORTING_WM_CHECK"), XA_WINDOW, 32,
+                            PropModeReplace, reinterpret_cast<const unsigned char*>(&m_window), 1);
+        }
+        XSync(m_display, 0);
+    }
+    ~WindowManagerName() {
+        XDestroyWindow(m_display, m_window);
+        XCloseDisplay(m_display);
+    }
+    WindowManagerName(const WindowManagerName&) = delete;
+    WindowManagerName& operator=(const WindowManagerName&) = delete;
+
+private:
+    Atom atom(const char* name) const { return XInternAtom(m_display, name, 0); }
+
+    Display* const m_display = XOpenDisplay(nullptr);
+    Window m_window = 0;
+};
+
+class AttentionDemandTest : public testing::TestWithParam<const char*> {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
+        m_box = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+        gtk_window_set_focus_on_map(GTK_WINDOW(m_box), FALSE); // who has the focus demands nothing
+        gtk_widget_add_events(m_box, GDK_PROPERTY_CHANGE_MASK);
+        take_back_demand_for_attention(m_box);
+        g_signal_connect(m_box, "property-notify-event", G_CALLBACK(handle_property), this);
+        gtk_widget_show(m_box);
+        run_main_loop_until([this] { return gtk_widget_get_mapped(m_box) != 0; });
+    }
+
+    void TearDown() override { gtk_widget_destroy(m_box); }
+
+    // Has the window manager change a state of the box.
+    void demand(const char* state) const {
+        auto* const display = gtk_widget_get_display(m_box);
+        XEvent event{};
+        event.xclient.type = ClientMessage;
+        event.xclient.window = gdk_x11_window_get_xid(gtk_widget_get_window(m_box));
+        event.xclient.message_type =
+            gdk_x11_get_xatom_by_name_for_display(display, "_NET_WM_STATE");
+        event.xclient.format = 32;
+        event.xclient.data.l[0] = 1;
+        event.xclient.data.l[1] =
+            static_cast<long>(gdk_x11_get_xatom_by_name_for_display(display, state));
+        auto* const x_display = gdk_x11_display_get_xdisplay(display);
+        XSendEvent(x_display, DefaultRootWindow(x_display), 0,
+                   SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    }
+
+    // What the box has been told of its states, one text each time, after the last look.
+    std::vector<std::string> m_states;
+
+private:
+    static gboolean handle_property(GtkWidget* /*box*/, GdkEventProperty* event, gpointer raw) {
+        if (event->atom == gdk_atom_intern_static_string("_NET_WM_STATE")) {
+            static_cast<AttentionDemandTest*>(raw)->m_states.push_back(read_states(event->window));
+        }
+        return GDK_EVENT_PROPAGATE;
+    }
+
+    static std::string read_states(GdkWindow* window) {
+        int size = 0;
+        guchar* data = nullptr;
+        std::string all;
+        if (gdk_property_get(window, gdk_atom_intern_static_string("_NET_WM_STATE"), GDK_NONE, 0,
+                             1000, FALSE, nullptr, nullptr, &size, &data) != FALSE) {
+            const auto count = static_cast<std::size_t>(size) / sizeof(GdkAtom);
+            for (auto* atom : std::span(reinterpret_cast<const GdkAtom*>(data), count)) {
+                gchar* name = gdk_atom_name(atom);
+                all += std::string(name) + " ";
+                g_free(name);
+            }
+            g_free(data);
+        }
+        return all;
+    }
+
+protected:
+    bool was_told(const std::string& state) const {
+        return std::any_of(m_states.begin(), m_states.end(), [&state](const std::string& states) {
+            return states.find(state) != std::string::npos;
+        });
+    }
+
+    const WindowManagerName m_name{GetParam()};
+    GtkWidget* m_box = nullptr;
+};
+
+constexpr const char* DEMAND = "_NET_WM_STATE_DEMANDS_ATTENTION";
+
+// Told after everything that was asked for before.
+constexpr const char* LAST = "_NET_WM_STATE_SKIP_PAGER";
+
+using AttentionDemandAtGnomeTest = AttentionDemandTest;
+
+TEST_P(AttentionDemandAtGnomeTest, IsTakenBackEachTime) {
+    for (int i = 0; i < 2; ++i) {
+        m_states.clear();
+        demand(DEMAND);
+        run_main_loop_until([this] { return was_told(DEMAND); });
+        run_main_loop_until([this] { return m_states.back().find(DEMAND) == std::string::npos; });
+    }
+}
+
+TEST_P(AttentionDemandAtGnomeTest, LeavesOtherStatesAlone) {
+    gtk_window_set_keep_above(GTK_WINDOW(m_box), TRUE);
+    demand(DEMAND);
+    run_main_loop_until([this] { return was_told(DEMAND); });
+    run_main_loop_until([this] { return m_states.back().find(DEMAND) == std::string::npos; });
+    EXPECT_NE(m_states.back().find("_NET_WM_STATE_ABOVE"), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(, AttentionDemandAtGnomeTest, testing::Values("GNOME Shell"));
+
+using AttentionDemandElsewhereTest = AttentionDemandTest;
+
+TEST_P(AttentionDemandElsewhereTest, StaysInTheTaskBar) {
+    demand(DEMAND);
+    run_main_loop_until([this] { return was_told(DEMAND); });
+    demand(LAST);
+    run_main_loop_until([this] { return was_told(LAST); });
+    EXPECT_NE(m_states.back().find(DEMAND), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(, AttentionDemandElsewhereTest, testing::Values("Metacity", "KWin", ""));
+
+} // namespace

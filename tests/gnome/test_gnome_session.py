@@ -74,9 +74,12 @@ class Shell:
         return self.evaluate("(global.display.focus_window || {title: ''}).title")
 
     def turn_to(self, title):
-        self.evaluate(f"""global.get_window_actors().map(actor => actor.meta_window)
-            .find(window => window.title === '{title}').activate(global.get_current_time())""")
-        wait_until(lambda: self.focus() == title, f"the keyboard in {title}")
+        def has_keyboard():
+            self.evaluate(f"""global.get_window_actors().map(actor => actor.meta_window)
+                .find(window => window.title === '{title}').activate(global.get_current_time())""")
+            return self.focus() == title
+
+        wait_until(has_keyboard, f"the keyboard in {title}")
 
     def notifications(self):
         return self.evaluate("""Main.messageTray.getSources().flatMap(source =>
@@ -118,8 +121,12 @@ class Shell:
         return Image.open(path).convert("RGB")
 
 
-def shows_stop_sign(picture):
-    return STOP_SIGN in {color for _, color in picture.getcolors(1 << 24)}
+    def shows_stop_sign(self, name):
+        """Whether a picture, which stays under the name, has the sign of a box."""
+        return STOP_SIGN in {color for _, color in self.take_picture(name).getcolors(1 << 24)}
+
+    def wait_for_stop_sign(self, name):
+        wait_until(lambda: self.shows_stop_sign(name), f"the sign of a box, {name}")
 
 
 class Agent:
@@ -267,8 +274,7 @@ def test_all_letters_arrive_and_nothing_says_that_the_printer_is_ready(
     wait_until(lambda: editor.text() == "dear ann\nyes  no" + LETTER, editor.text)
     settle(service)
     (box,) = shell.boxes()
-    picture = shell.take_picture("typed")
-    assert shows_stop_sign(picture)
+    shell.wait_for_stop_sign("typed")
     assert shell.notifications() == []
     assert service.commands() == []
     assert box["x11"] and box["above"] and box["everywhere"] and not box["focused"]
@@ -299,11 +305,11 @@ def test_nobody_sees_or_answers_a_box_of_a_locked_screen(shell, person, service,
     person.type("\t  \n\t\t  \n")
     report(service, shell, "Back office", job=18)
     person.type("\t  \n\t\t  \n")
-    assert not shows_stop_sign(shell.take_picture("locked"))
+    assert not shell.shows_stop_sign("locked")
     shell.unlock()
     person.type(LETTER)  # somebody goes on at once
     settle(service)
-    assert shows_stop_sign(shell.take_picture("unlocked"))
+    shell.wait_for_stop_sign("unlocked")
     assert service.commands() == []
     if IS_WAYLAND:  # on an X server GNOME gives the new box the keyboard
         assert editor.text().endswith(LETTER[-10:])
@@ -319,7 +325,7 @@ def test_a_box_is_whole_where_everything_is_twice_as_big(shell, service, backend
         service.tell(f"error 'Front desk' 17 {LONGEST} 3")
         wait_until(shell.boxes, "the box")
         settle(service)
-        assert shows_stop_sign(shell.take_picture(f"twice-as-big-{backend}"))
+        shell.wait_for_stop_sign(f"twice-as-big-{backend}")
         (box,) = shell.boxes()
         assert box["x11"] == (backend == "x11")
         left, top, width, height = box["frame"]

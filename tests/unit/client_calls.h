@@ -140,27 +140,25 @@ public:
     std::function<decltype(__real_recv)> recv = __real_recv;
     std::function<decltype(__real_close)> close = __real_close;
 
+    // What a call does that always gives this result.
+    template <typename Result>
+    static auto always(Result result) {
+        return [result](auto&&...) {
+            return result;
+        };
+    }
+
     // No call reaches the system: the socket has this handle, and every call succeeds; send takes
     // everything, recv has nothing.
     void pretend_success(int handle = 4711) {
-        socket = [handle](int, int, int) {
-            return handle;
-        };
-        connect = [](int, const sockaddr*, socklen_t) {
-            return 0;
-        };
-        setsockopt = [](int, int, int, const void*, socklen_t) {
-            return 0;
-        };
+        socket = always(handle);
+        connect = always(0);
+        setsockopt = always(0);
+        close = always(0);
         send = [](int, const void*, std::size_t size, int) {
             return static_cast<ssize_t>(size);
         };
-        recv = [](int, void*, std::size_t, int) {
-            return ssize_t{0};
-        };
-        close = [](int) {
-            return 0;
-        };
+        recv = always(ssize_t{0});
     }
 
     // The handle that the latest socket call gave.
@@ -170,9 +168,11 @@ public:
     static ClientCalls* current() { return s_current; }
 
     // "#1" for the first socket that was made, and so on.
-    std::string name_of(int handle) const {
-        const auto found = m_names.find(handle);
-        return found != m_names.end() ? found->second : "unknown " + std::to_string(handle);
+    static std::string name_of(int handle) {
+        if (s_current == nullptr || s_current->m_names.count(handle) == 0) {
+            return "unknown " + std::to_string(handle);
+        }
+        return s_current->m_names[handle];
     }
 
     void remember(int handle) {
@@ -180,7 +180,16 @@ public:
         m_names[handle] = "#" + std::to_string(++m_count);
     }
 
-    static void note(const std::string& call) { SyslogCapture::add_line({CALL_PRIORITY, call}); }
+    // Makes a call of this thread as it counts here, with a note of it, or the real one.
+    template <typename Call, typename... Arguments>
+    static auto make(std::function<Call> ClientCalls::*call, Call* real, const std::string& note,
+                     Arguments... arguments) {
+        if (s_current == nullptr) {
+            return real(arguments...);
+        }
+        SyslogCapture::add_line({CALL_PRIORITY, note});
+        return (s_current->*call)(arguments...);
+    }
 
 private:
     static inline thread_local ClientCalls* s_current = nullptr;
@@ -224,79 +233,61 @@ inline std::string describe_option(int level, int option, const void* value, soc
 }
 
 inline std::string describe_transfer(int handle, std::size_t size, int flags) {
-    return "(" + ClientCalls::current()->name_of(handle) + ", " + std::to_string(size) + ", " +
+    return "(" + ClientCalls::name_of(handle) + ", " + std::to_string(size) + ", " +
            std::to_string(flags) + ")";
 }
 
 int __wrap_inet_pton(int family, const char* text, void* address) {
-    auto* calls = ClientCalls::current();
-    if (calls == nullptr) {
-        return __real_inet_pton(family, text, address);
-    }
-    ClientCalls::note("inet_pton(" + named(family, AF_INET, "AF_INET") + ", " + text + ")");
-    return calls->inet_pton(family, text, address);
+    return ClientCalls::make(&ClientCalls::inet_pton, __real_inet_pton,
+                             "inet_pton(" + named(family, AF_INET, "AF_INET") + ", " + text + ")",
+                             family, text, address);
 }
 
 int __wrap_socket(int family, int type, int protocol) {
-    auto* calls = ClientCalls::current();
-    if (calls == nullptr) {
-        return __real_socket(family, type, protocol);
+    const int handle = ClientCalls::make(&ClientCalls::socket, __real_socket,
+                                         "socket(" + named(family, AF_INET, "AF_INET") + ", " +
+                                             named(type, SOCK_STREAM, "SOCK_STREAM") + ", " +
+                                             std::to_string(protocol) + ")",
+                                         family, type, protocol);
+    if (ClientCalls::current() != nullptr) {
+        ClientCalls::current()->remember(handle);
     }
-    ClientCalls::note("socket(" + named(family, AF_INET, "AF_INET") + ", " +
-                      named(type, SOCK_STREAM, "SOCK_STREAM") + ", " + std::to_string(protocol) +
-                      ")");
-    const int handle = calls->socket(family, type, protocol);
-    calls->remember(handle);
     return handle;
 }
 
 int __wrap_connect(int handle, const sockaddr* address, socklen_t size) {
-    auto* calls = ClientCalls::current();
-    if (calls == nullptr) {
-        return __real_connect(handle, address, size);
-    }
-    ClientCalls::note("connect(" + calls->name_of(handle) + ", " + describe_address(address, size) +
-                      ")");
-    return calls->connect(handle, address, size);
+    return ClientCalls::make(&ClientCalls::connect, __real_connect,
+                             "connect(" + ClientCalls::name_of(handle) + ", " +
+                                 describe_address(address, size) + ")",
+                             handle, address, size);
 }
 
 int __wrap_setsockopt(int handle, int level, int option, const void* value, socklen_t size) {
-    auto* calls = ClientCalls::current();
-    if (calls == nullptr) {
-        return __real_setsockopt(handle, level, option, value, size);
-    }
-    ClientCalls::note("setsockopt(" + calls->name_of(handle) + ", " +
-                      describe_option(level, option, value, size) + ")");
-    return calls->setsockopt(handle, level, option, value, size);
+    return ClientCalls::make(&ClientCalls::setsockopt, __real_setsockopt,
+                             "setsockopt(" + ClientCalls::name_of(handle) + ", " +
+                                 describe_option(level, option, value, size) + ")",
+                             handle, level, option, value, size);
 }
 
 ssize_t __wrap_send(int handle, const void* data, std::size_t size, int flags) {
-    auto* calls = ClientCalls::current();
-    if (calls == nullptr) {
-        return __real_send(handle, data, size, flags);
-    }
-    ClientCalls::note("send" + describe_transfer(handle, size, flags));
-    return calls->send(handle, data, size, flags);
+    return ClientCalls::make(&ClientCalls::send, __real_send,
+                             "send" + describe_transfer(handle, size, flags), handle, data, size,
+                             flags);
 }
 
 ssize_t __wrap_recv(int handle, void* data, std::size_t size, int flags) {
-    auto* calls = ClientCalls::current();
-    if (calls == nullptr) {
-        return __real_recv(handle, data, size, flags);
-    }
-    ClientCalls::note("recv" + describe_transfer(handle, size, flags));
-    return calls->recv(handle, data, size, flags);
+    return ClientCalls::make(&ClientCalls::recv, __real_recv,
+                             "recv" + describe_transfer(handle, size, flags), handle, data, size,
+                             flags);
 }
 
 int __wrap_close(int handle) {
-    auto* calls = ClientCalls::current();
     struct stat file = {};
-    const bool is_configuration = fstat(handle, &file) == 0 && S_ISREG(file.st_mode);
-    if (calls == nullptr || is_configuration) {
+    if (fstat(handle, &file) == 0 && S_ISREG(file.st_mode)) { // the configuration
         return __real_close(handle);
     }
-    ClientCalls::note("close(" + calls->name_of(handle) + ")");
-    return calls->close(handle);
+    return ClientCalls::make(&ClientCalls::close, __real_close,
+                             "close(" + ClientCalls::name_of(handle) + ")", handle);
 }
 
 // How many descriptors this process has open.

@@ -2,14 +2,10 @@
 
 #include "box_announcement.h"
 
-#include <functional>
 #include <memory>
 #include <string>
 
-#include <gtest/gtest.h>
-
-#include "object_owner.h"
-#include "test_support.h"
+#include "gtk_support.h"
 #include "translation_support.h"
 
 // Behind GoogleTest, which uses the names of its macros.
@@ -21,39 +17,17 @@
 
 namespace {
 
-class GtkEnvironment : public testing::Environment {
-public:
-    void SetUp() override { gtk_init(nullptr, nullptr); }
-};
-
-auto* const gtk_environment = testing::AddGlobalTestEnvironment(new GtkEnvironment);
-
 const std::string TEXT = "The title.\n\n1. Do this.";
 
-class AnnouncementTest : public testing::Test {
+class AnnouncementTest : public LayoutTest {
 protected:
-    void SetUp() override {
-        m_builder.reset(gtk_builder_new_from_file(ZOR_LAYOUT));
-        box = get("error-message-box");
-        sign = get("image1");
-        gtk_window_set_title(GTK_WINDOW(box), "Front desk");
-    }
-
-    void TearDown() override { gtk_widget_destroy(box); }
-
-    GtkWidget* get(const char* name) {
-        return GTK_WIDGET(gtk_builder_get_object(m_builder.get(), name));
-    }
+    void SetUp() override { gtk_window_set_title(GTK_WINDOW(box), "Front desk"); }
 
     AtkObject* get_notification() const {
         return gtk_widget_get_accessible(gtk_widget_get_parent(sign));
     }
 
-    GtkWidget* box = nullptr;
-    GtkWidget* sign = nullptr;
-
-private:
-    ObjectOwner<GtkBuilder> m_builder;
+    GtkWidget* const sign = get("image1");
 };
 
 TEST_F(AnnouncementTest, TheNotificationSaysSignPrinterAndTitle) {

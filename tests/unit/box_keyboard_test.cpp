@@ -10,8 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-#include <gtk/gtk.h>
+#include "gtk_support.h"
 
 // Behind GoogleTest, which uses the names of its macros.
 #include <gdk/gdkx.h>
@@ -19,7 +18,6 @@
 #undef None
 #undef Status
 
-#include "test_support.h"
 #include "typing_guard.h"
 
 namespace {
@@ -29,24 +27,14 @@ struct EventDeleter {
 };
 using Event = std::unique_ptr<GdkEvent, EventDeleter>;
 
-void run_main_loop_until(const std::function<bool()>& condition) {
-    EXPECT_TRUE(wait_until([&condition] {
-        while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
-        }
-        return condition();
-    }));
-}
-
 // Runs the main loop for so long.
 void let_pass(unsigned milliseconds) {
     const auto end = g_get_monotonic_time() + gint64{milliseconds} * 1000;
-    run_main_loop_until([end] { return g_get_monotonic_time() >= end; });
+    EXPECT_TRUE(run_main_loop_until([end] { return g_get_monotonic_time() >= end; }));
 }
 
 class BoxKeyboardTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() { ASSERT_TRUE(gtk_init_check(nullptr, nullptr)); }
-
     void SetUp() override {
         m_box = gtk_window_new(GTK_WINDOW_TOPLEVEL);
         gtk_window_set_focus_on_map(GTK_WINDOW(m_box), FALSE);
@@ -56,21 +44,12 @@ protected:
                              ++*static_cast<int*>(count);
                          }),
                          &m_clicks);
-        g_signal_connect(m_box, "map-event",
-                         G_CALLBACK(+[](GtkWidget*, GdkEvent*, gpointer is_mapped) -> gboolean {
-                             *static_cast<bool*>(is_mapped) = true;
-                             return GDK_EVENT_PROPAGATE;
-                         }),
-                         &m_is_mapped);
         guard_box_from_typing(m_box);
     }
 
     void TearDown() override { gtk_widget_destroy(m_box); }
 
-    void show() {
-        gtk_widget_show_all(m_box);
-        run_main_loop_until([this] { return m_is_mapped; });
-    }
+    void show() { EXPECT_TRUE(show_mapped(m_box)); }
 
     // Also longer than the end of a box of the test before this one matters.
     void show_and_grow_old() {
@@ -108,16 +87,30 @@ protected:
         return m_clicks > before;
     }
 
-    // As a window manager does whose only window besides the boxes goes, or comes.
-    static void list_windows(const std::vector<Window>& windows) {
+    // As a window manager does.
+    static void set_root_property(const char* name, const char* type,
+                                  const std::vector<unsigned long>& values) {
         auto* display = gdk_x11_display_get_xdisplay(gdk_display_get_default());
-        XChangeProperty(display, DefaultRootWindow(display),
-                        gdk_x11_get_xatom_by_name("_NET_CLIENT_LIST"),
-                        gdk_x11_get_xatom_by_name("WINDOW"), 32, PropModeReplace,
-                        reinterpret_cast<const unsigned char*>(windows.data()),
-                        static_cast<int>(windows.size()));
+        XChangeProperty(display, DefaultRootWindow(display), gdk_x11_get_xatom_by_name(name),
+                        gdk_x11_get_xatom_by_name(type), 32, PropModeReplace,
+                        reinterpret_cast<const unsigned char*>(values.data()),
+                        static_cast<int>(values.size()));
         XSync(display, 0);
-        run_main_loop_until([] { return gtk_events_pending() == 0; });
+        run_main_loop_until_idle();
+    }
+
+    // As when its only window besides the boxes goes, or comes.
+    static void list_windows(const std::vector<Window>& windows) {
+        set_root_property("_NET_CLIENT_LIST", "WINDOW", windows);
+    }
+
+    static void use_mouse(GtkWidget* box, GdkEventType type, guint button) {
+        const Event event(gdk_event_new(type));
+        event->button.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(box)));
+        event->button.button = button;
+        auto* seat = gdk_display_get_default_seat(gtk_widget_get_display(box));
+        gdk_event_set_device(event.get(), gdk_seat_get_pointer(seat));
+        gtk_main_do_event(event.get());
     }
 
     // A second box, that comes and goes.
@@ -153,7 +146,6 @@ protected:
     GtkWidget* m_box = nullptr;
     GtkWidget* m_button = nullptr;
     int m_clicks = 0;
-    bool m_is_mapped = false;
 };
 
 TEST_F(BoxKeyboardTest, TakesKeysAtOnceWhenSomebodyTurnsToAnOldBox) {
@@ -214,7 +206,7 @@ TEST_F(BoxKeyboardTest, HandlesKeysThatWaitedBeforeItTakesTheTimeForAPause) {
                 static_cast<std::function<void()>*>(raw));
         });
     g_usleep((PAUSE_MILLISECONDS + 100) * 1000UL);
-    run_main_loop_until([] { return true; });
+    run_main_loop_until_idle();
     EXPECT_FALSE(has_answered);
 }
 
@@ -234,7 +226,7 @@ TEST_F(BoxKeyboardTest, TakesKeysAtOnceWhenTheWindowManagerWasAskedForTheBox) {
     EXPECT_FALSE(answers());
     const auto begin = g_get_monotonic_time();
     request_activation();
-    run_main_loop_until([] { return gtk_events_pending() == 0; });
+    run_main_loop_until_idle();
     EXPECT_TRUE(answers());
     EXPECT_LT(g_get_monotonic_time() - begin, gint64{PAUSE_MILLISECONDS} * 1000 / 2);
 }
@@ -243,12 +235,7 @@ TEST_F(BoxKeyboardTest, TakesKeysAfterAPressOfTheMouseInIt) {
     show();
     focus(true);
     EXPECT_FALSE(answers());
-    const Event event(gdk_event_new(GDK_BUTTON_PRESS));
-    event->button.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(m_box)));
-    event->button.button = 3; // any
-    gdk_event_set_device(event.get(), gdk_seat_get_pointer(gdk_display_get_default_seat(
-                                          gtk_widget_get_display(m_box))));
-    gtk_main_do_event(event.get());
+    use_mouse(m_box, GDK_BUTTON_PRESS, 3); // any
     EXPECT_TRUE(answers());
 }
 
@@ -291,14 +278,7 @@ TEST_F(BoxKeyboardTest, TakesKeysAtOnceWhenWindowsCameAndChangedTheirOrder) {
 
 TEST_F(BoxKeyboardTest, TakesNoKeysWhenTheFocusFallsToItOnAnotherWorkspace) {
     show_and_grow_old();
-    auto* display = gdk_x11_display_get_xdisplay(gdk_display_get_default());
-    const long workspace = 1;
-    XChangeProperty(display, DefaultRootWindow(display),
-                    gdk_x11_get_xatom_by_name("_NET_CURRENT_DESKTOP"),
-                    gdk_x11_get_xatom_by_name("CARDINAL"), 32, PropModeReplace,
-                    reinterpret_cast<const unsigned char*>(&workspace), 1);
-    XSync(display, 0);
-    run_main_loop_until([] { return gtk_events_pending() == 0; });
+    set_root_property("_NET_CURRENT_DESKTOP", "CARDINAL", {1});
     focus(true);
     EXPECT_FALSE(answers());
 }
@@ -319,12 +299,7 @@ TEST_F(BoxKeyboardTest, WaitsForTheWholePauseWhenTheBoxBeforeWasAnsweredWithTheM
     show_and_grow_old();
     g_signal_connect(other, "button-release-event", G_CALLBACK(+[](GtkWidget*) { note_answer(); }),
                      nullptr);
-    const Event event(gdk_event_new(GDK_BUTTON_RELEASE));
-    event->button.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(other)));
-    event->button.button = 1;
-    gdk_event_set_device(event.get(), gdk_seat_get_pointer(gdk_display_get_default_seat(
-                                          gtk_widget_get_display(other))));
-    gtk_main_do_event(event.get());
+    use_mouse(other, GDK_BUTTON_RELEASE, 1);
     gtk_widget_destroy(other);
     focus(true);
     let_pass(BLINK_MILLISECONDS + 100);
@@ -344,7 +319,7 @@ TEST_F(BoxKeyboardTest, ListensToTheRootWindowWhileThereIsABox) {
 
 TEST_F(BoxKeyboardTest, EndsWithItsBox) {
     auto* other = show_other_box();
-    run_main_loop_until([] { return hears_root_window(); });
+    EXPECT_TRUE(run_main_loop_until([] { return hears_root_window(); }));
     gtk_widget_destroy(other);
     EXPECT_FALSE(hears_root_window());
     list_windows({1});

@@ -6,18 +6,9 @@
 #include <algorithm>
 #include <string>
 
-#include <gtest/gtest.h>
-
-#include "object_owner.h"
+#include "gtk_support.h"
 
 namespace {
-
-class GtkEnvironment : public testing::Environment {
-public:
-    void SetUp() override { gtk_init(nullptr, nullptr); }
-};
-
-auto* const gtk_environment = testing::AddGlobalTestEnvironment(new GtkEnvironment);
 
 // A text view 200 pixels wide on the screen, as narrow as makes steps go on in a second line.
 class BoxTextTest : public testing::Test {
@@ -38,9 +29,7 @@ protected:
     void show(const std::string& text) {
         show_box_text(text_view, text);
         gtk_widget_show_all(m_window);
-        while (gtk_events_pending() != FALSE) {
-            gtk_main_iteration();
-        }
+        run_main_loop_until_idle();
     }
 
     // Where the character with this offset is drawn.

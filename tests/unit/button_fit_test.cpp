@@ -5,45 +5,20 @@
 
 #include <string>
 
-#include <gtest/gtest.h>
-
+#include "gtk_support.h"
 #include "monitor_area.h"
-#include "object_owner.h"
 
 namespace {
 
-class GtkEnvironment : public testing::Environment {
-public:
-    void SetUp() override { gtk_init(nullptr, nullptr); }
-};
-
-auto* const gtk_environment = testing::AddGlobalTestEnvironment(new GtkEnvironment);
-
-class ButtonFitTest : public testing::Test {
+class ButtonFitTest : public LayoutTest {
 protected:
-    void SetUp() override {
-        m_builder.reset(gtk_builder_new_from_file(ZOR_LAYOUT));
-        box = get("error-message-box");
-        row = get("buttonbox1");
-        first = get("button1");
-        second = get("button2");
-    }
-
-    void TearDown() override { gtk_widget_destroy(box); }
-
-    GtkWidget* get(const char* name) const {
-        return GTK_WIDGET(gtk_builder_get_object(m_builder.get(), name));
-    }
-
     // Labels the buttons, fits them and shows the box.
     void show(const std::string& first_label, const std::string& second_label) {
         gtk_button_set_label(GTK_BUTTON(first), first_label.c_str());
         gtk_button_set_label(GTK_BUTTON(second), second_label.c_str());
         fit_buttons(box, row);
         gtk_widget_show_all(box);
-        while (gtk_events_pending() != FALSE) {
-            gtk_main_iteration();
-        }
+        run_main_loop_until_idle();
     }
 
     static GtkAllocation place_of(GtkWidget* widget) {
@@ -90,13 +65,9 @@ protected:
         return label;
     }
 
-    GtkWidget* box = nullptr;
-    GtkWidget* row = nullptr;
-    GtkWidget* first = nullptr;
-    GtkWidget* second = nullptr;
-
-private:
-    ObjectOwner<GtkBuilder> m_builder;
+    GtkWidget* const row = get("buttonbox1");
+    GtkWidget* const first = get("button1");
+    GtkWidget* const second = get("button2");
 };
 
 TEST_F(ButtonFitTest, ShortLabelsStaySideBySideAsTheLayoutHasThem) {

@@ -6,11 +6,9 @@
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <gtk/gtk.h>
 
+#include "gtk_support.h"
 #include "syslog_capture.h"
-#include "test_support.h"
 
 namespace {
 
@@ -22,12 +20,6 @@ constexpr int FAR = 50; // pixels: more than a trembling hand
 
 class PressWatchTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        g_setenv("NO_AT_BRIDGE", "1", TRUE);
-        g_setenv("GSETTINGS_BACKEND", "memory", TRUE);
-        ASSERT_TRUE(gtk_init_check(nullptr, nullptr)) << "no display; not in the sandbox?";
-    }
-
     void SetUp() override {
         set_double_click_time(60000); // whatever the machine is doing, the test is within it
         m_box = gtk_window_new(GTK_WINDOW_TOPLEVEL);
@@ -39,17 +31,7 @@ protected:
                                  G_CALLBACK(+[](PressWatchTest* test) { ++test->clicks; }), this);
         watch_presses(m_box, button_box);
         g_signal_connect(m_button, "touch-event", G_CALLBACK(count_touch), this);
-        g_signal_connect_swapped(m_box, "map-event",
-                                 G_CALLBACK(+[](PressWatchTest* test) -> gboolean {
-                                     test->m_is_shown = true;
-                                     return FALSE;
-                                 }),
-                                 this);
-        gtk_widget_show_all(m_box);
-        ASSERT_TRUE(wait_until([this] {
-            run_main_loop_until_idle();
-            return m_is_shown;
-        }));
+        ASSERT_TRUE(show_mapped(m_box));
         auto* seat = gdk_display_get_default_seat(gdk_display_get_default());
         m_pointer = gdk_seat_get_pointer(seat);
         gdk_device_get_position_double(m_pointer, nullptr, &m_rest_x, &m_rest_y);
@@ -112,11 +94,6 @@ private:
         return FALSE;
     }
 
-    static void run_main_loop_until_idle() {
-        while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
-        }
-    }
-
     GdkEvent* make_event(GdkEventType type) const {
         auto* event = gdk_event_new(type);
         event->any.window =
@@ -138,7 +115,6 @@ private:
     GdkDevice* m_pointer = nullptr;
     double m_rest_x = 0;
     double m_rest_y = 0;
-    bool m_is_shown = false;
 };
 
 TEST_F(PressWatchTest, APressWhereThePointerRestedDoesNotReachTheButton) {

@@ -3,28 +3,14 @@
 
 #include "printer_name.h"
 
-#include <functional>
 #include <string>
 
-#include <gtest/gtest.h>
-#include <gtk/gtk.h>
-
-#include "test_support.h"
+#include "gtk_support.h"
 
 namespace {
 
-void run_main_loop_until(const std::function<bool()>& condition) {
-    EXPECT_TRUE(wait_until([&condition] {
-        while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
-        }
-        return condition();
-    }));
-}
-
 class PrinterNameTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() { ASSERT_TRUE(gtk_init_check(nullptr, nullptr)); }
-
     void SetUp() override {
         m_box = gtk_window_new(GTK_WINDOW_TOPLEVEL);
         m_column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
@@ -39,7 +25,7 @@ protected:
         show_printer_name_without_title_bar(m_box, name);
         gtk_widget_show_all(m_box);
         const auto end = g_get_monotonic_time() + 600 * 1000;
-        run_main_loop_until([end] { return g_get_monotonic_time() > end; });
+        EXPECT_TRUE(run_main_loop_until([end] { return g_get_monotonic_time() > end; }));
     }
 
     // The text of the first part of the box, when it is a line of text in sight.
@@ -94,15 +80,7 @@ TEST_F(PrinterNameTest, IsNotLookedForInABoxThatIsGone) {
     auto* other = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_container_add(GTK_CONTAINER(other), gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
     show_printer_name_without_title_bar(other, "Back office");
-    bool is_mapped = false;
-    g_signal_connect(other, "map-event",
-                     G_CALLBACK(+[](GtkWidget*, GdkEvent*, gpointer mapped) -> gboolean {
-                         *static_cast<bool*>(mapped) = true;
-                         return GDK_EVENT_PROPAGATE;
-                     }),
-                     &is_mapped);
-    gtk_widget_show_all(other);
-    run_main_loop_until([&is_mapped] { return is_mapped; });
+    EXPECT_TRUE(show_mapped(other));
     gtk_widget_destroy(other);
     show("Front desk"); // its time comes meanwhile
 }

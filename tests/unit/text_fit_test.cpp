@@ -5,36 +5,14 @@
 
 #include <string>
 
-#include <gtest/gtest.h>
-
 #include "box_text.h"
+#include "gtk_support.h"
 #include "monitor_area.h"
-#include "object_owner.h"
 
 namespace {
 
-class GtkEnvironment : public testing::Environment {
-public:
-    void SetUp() override { gtk_init(nullptr, nullptr); }
-};
-
-auto* const gtk_environment = testing::AddGlobalTestEnvironment(new GtkEnvironment);
-
-class TextFitTest : public testing::Test {
+class TextFitTest : public LayoutTest {
 protected:
-    void SetUp() override {
-        m_builder.reset(gtk_builder_new_from_file(ZOR_LAYOUT));
-        box = get("error-message-box");
-        text_view = get("textview1");
-        m_line_height = measure_line();
-    }
-
-    void TearDown() override { gtk_widget_destroy(box); }
-
-    GtkWidget* get(const char* name) const {
-        return GTK_WIDGET(gtk_builder_get_object(m_builder.get(), name));
-    }
-
     // Shows paragraphs of one line each that take this share of the screen's height without space
     // between them; returns the space that they have before they are fitted.
     int show_paragraphs_of_share(double share) {
@@ -53,9 +31,7 @@ protected:
     void fit_and_show() {
         fit_text_area(box, text_view);
         gtk_widget_show_all(box);
-        while (gtk_events_pending() != FALSE) {
-            gtk_main_iteration();
-        }
+        run_main_loop_until_idle();
     }
 
     bool scrolls() const {
@@ -64,8 +40,7 @@ protected:
         return gtk_adjustment_get_upper(adjustment) > gtk_adjustment_get_page_size(adjustment);
     }
 
-    GtkWidget* box = nullptr;
-    GtkWidget* text_view = nullptr;
+    GtkWidget* const text_view = get("textview1");
 
 private:
     int measure_line() const {
@@ -75,8 +50,7 @@ private:
         return height;
     }
 
-    ObjectOwner<GtkBuilder> m_builder;
-    int m_line_height = 0;
+    const int m_line_height = measure_line();
 };
 
 TEST_F(TextFitTest, AShortTextKeepsItsSpace) {

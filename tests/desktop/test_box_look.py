@@ -3,19 +3,11 @@
 import pytest
 from PIL import Image
 
-from harness.pictures import difference
 from harness.sandbox import build_directory
 from harness.waiting import wait_until
 
 SHORTEST, LONGEST, UNKNOWN = 317, 210, 99999  # error codes, by the length of their texts
 TITLE_BAR = 40  # pixels, the tallest of the window managers
-SMALL_BOX = """
-<interface><object class="GtkWindow" id="error-message-box"><child><object class="GtkBox"><child>
-<object class="GtkImage" id="image1"/></child><child><object class="GtkTextView" id="textview1"/>
-</child><child><object class="GtkButtonBox" id="buttonbox1"><child><object class="GtkButton"
-id="button1"/></child><child><object class="GtkButton" id="button2"/></child></object></child>
-</object></child></object></interface>
-"""
 
 
 def show_box(desktop, printer="Front desk", code=110, severity=3, **program):
@@ -55,13 +47,6 @@ def check_centered(window, screen):
     assert abs(client.y + client.height / 2 - screen[1] / 2) <= TITLE_BAR
 
 
-def test_the_title_is_the_printers_name(desktop):
-    desktop.start_polling_program()
-    for printer in ("Front desk", "x" * 300, "Jürgens Drucker № 5 – 東京"):
-        desktop.service.report(printer)
-        desktop.person.wait_for_box(printer)
-
-
 def test_the_text_is_a_title_an_empty_line_and_what_to_do(desktop):
     desktop.start_polling_program()
     texts = {code: look_up(desktop, code) + "\n\n" + look_up(desktop, body)
@@ -73,19 +58,6 @@ def test_the_text_is_a_title_an_empty_line_and_what_to_do(desktop):
         desktop.service.report(f"Printer {code}", code=code)
         assert desktop.person.wait_for_box(f"Printer {code}").text == text
         desktop.service.withdraw(f"Printer {code}")
-
-
-def test_a_box_of_little_content_is_a_third_by_a_sixth_of_the_screen(desktop):
-    size = 640, 180
-    path = desktop.copy_program()
-    (path.parent / "Data/error-ui-message-box.glade").write_text(SMALL_BOX)
-    for picture in (path.parent / "Data/Assets").iterdir():
-        picture.unlink()
-    desktop.start_polling_program(path=path)
-    desktop.service.report("A", "1", 36, 1)
-    client = desktop.person.wait_for_window("A").client
-    assert (client.width, client.height) == size
-    check_centered(desktop.person.wait_for_window("A"), desktop.person.screen_size())
 
 
 @pytest.mark.parametrize("window_manager", ["openbox", "metacity", "xfwm4", None])
@@ -110,14 +82,6 @@ def test_the_box_is_centered_above_and_in_the_task_bar_and_has_no_way_to_close_i
         assert "Front desk" not in printer_name()
     else:
         wait_until(lambda: "Front desk" in printer_name(), "the name above the text")
-
-
-def test_the_icon_takes_a_twentieth_of_the_screens_height(start_desktop):
-    desktop = start_desktop(screen="1024x768")
-    box = show_box(desktop)
-    assert (box.icon.extents.width, box.icon.extents.height) == (38, 38)
-    picture = desktop.take_screenshot()
-    assert difference(picture, box.icon.extents, build_directory() / "Data/Assets/stop.png") < 10
 
 
 def test_a_screen_reader_finds_an_alert_with_its_parts(desktop):

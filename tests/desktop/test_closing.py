@@ -48,15 +48,6 @@ def test_a_request_to_close_leaves_the_box_open_and_answerable(start_desktop, wi
     desktop.person.wait_until_gone("A")
 
 
-def test_a_box_that_was_asked_to_close_is_closed_by_its_withdrawal(desktop):
-    desktop.start_polling_program()
-    box = show_box(desktop)
-    desktop.person.delete_window(box.window)
-    desktop.service.withdraw("A")
-    desktop.person.wait_until_gone("A")
-    show_box(desktop)
-
-
 def test_an_error_whose_window_was_destroyed_is_shown_again(desktop):
     program = desktop.start_polling_program()
     program.expect_problem("unexpectedly destroyed")
@@ -67,20 +58,6 @@ def test_an_error_whose_window_was_destroyed_is_shown_again(desktop):
     desktop.person.click(again, "Retry")
     assert desktop.service.wait_for_commands() == [command_document("A", RETRY)]
     assert program.is_running()
-
-
-def test_the_withdrawal_of_a_destroyed_box_hurts_nothing(desktop):
-    program = desktop.start_polling_program()
-    program.expect_problem("unexpectedly destroyed")
-    box = show_box(desktop)
-    show_box(desktop, "B")  # the newest news, so that A does not come back by itself
-    desktop.person.destroy_window(box.window)
-    desktop.person.wait_until_gone("A")
-    desktop.service.withdraw("A")
-    desktop.service.wait_for("event published", 3)
-    desktop.settle()
-    assert program.is_running()
-    assert [window.title for window in desktop.person.windows()] == ["B"]
 
 
 def test_a_double_click_answers_once(desktop):
@@ -128,25 +105,6 @@ def test_a_key_that_is_pressed_again_and_again_answers_once(desktop):
     assert desktop.service.commands() == [command_document("A", RETRY)] and program.is_running()
 
 
-def test_a_withdrawal_and_a_click_at_the_same_time_hurt_nothing(desktop):
-    program = desktop.start_polling_program()
-    answered = 0
-    for count in range(1, 11):
-        box = show_box(desktop, job=str(count))
-        x, y = box.button("Retry").extents.center
-        desktop.person.move_pointer(x, y)
-        published = desktop.service.count("event published")
-        desktop.service.withdraw("A", str(count))
-        desktop.service.wait_for("event published", published + 1)
-        desktop.person.click_at(x, y)
-        desktop.person.wait_until_gone("A")
-        desktop.settle()
-        commands = desktop.service.commands()
-        assert len(commands) in (answered, answered + 1)
-        answered = len(commands)
-    assert program.is_running()
-
-
 def open_menu(desktop, box):
     desktop.person.click_at(*box.text_area.extents.center, button=3)
     wait_until(lambda: [window for window in desktop.person.windows() if window.menu], "a menu")
@@ -183,31 +141,6 @@ def test_a_withdrawal_closes_a_box_that_the_person_is_busy_with(desktop, be_busy
     show_box(desktop)
 
 
-@pytest.mark.parametrize("be_busy", BUSY)
-def test_a_withdrawal_closes_a_box_while_the_person_is_busy_with_another(desktop, be_busy):
-    desktop.start_polling_program()
-    show_box(desktop, "A")
-    other = show_box(desktop, "B")
-    be_busy(desktop, other)
-    desktop.service.withdraw("A")
-    desktop.person.wait_until_gone("A")
-    assert ids(desktop, "B") == [other.window.id]
-    desktop.person.press("Escape")
-    desktop.person.release_mouse_button()
-
-
-def test_an_answer_by_keyboard_closes_a_box_while_the_mouse_is_held_elsewhere(desktop):
-    desktop.start_polling_program()
-    box = show_box(desktop)
-    desktop.person.turn_to(box)
-    drag_selection(desktop, box)
-    desktop.person.press("Tab")
-    desktop.person.press("Return")
-    desktop.service.wait_for_commands()
-    desktop.person.wait_until_gone("A")
-    desktop.person.release_mouse_button()
-
-
 def test_a_button_released_elsewhere_answers_nothing(desktop):
     desktop.start_polling_program()
     box = show_box(desktop)
@@ -216,16 +149,3 @@ def test_a_button_released_elsewhere_answers_nothing(desktop):
     desktop.person.release_mouse_button()
     desktop.settle()
     assert desktop.service.commands() == [] and ids(desktop, "A") == [box.window.id]
-
-
-def test_each_of_two_boxes_gets_its_own_answer(desktop):
-    desktop.start_polling_program()
-    for printer, severity in (("A", 3), ("B", 4)):
-        show_box(desktop, printer, severity=severity)
-    desktop.person.turn_to(desktop.person.wait_for_box("A"))
-    desktop.person.press("Tab")
-    desktop.person.press("Return")
-    desktop.person.wait_until_gone("A")
-    desktop.person.click(desktop.person.wait_for_box("B"), "Cancel")
-    assert desktop.service.wait_for_commands(2) == [command_document("A", RETRY),
-                                                    command_document("B", CANCEL)]

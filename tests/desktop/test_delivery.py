@@ -95,16 +95,3 @@ def test_a_lost_answer_brings_the_box_back_at_once(desktop, fault):
     assert len(desktop.service.commands()) == 1
     desktop.person.click(fresh, "Retry")
     assert desktop.service.wait_for_commands(2)[-1] == command_document("A", RETRY, "17")
-
-
-def test_an_ignored_answer_brings_the_box_back(desktop):
-    """The service takes the command and is silent, until the program has waited 15 seconds."""
-    desktop.service.carry_out(NEVER)
-    desktop.start_polling_program()
-    desktop.service.report("A", "17")
-    box = desktop.person.wait_for_box("A")
-    desktop.service.fault("silent times 1 on commands")
-    desktop.person.click(box, "Retry")
-    fresh = wait_until(lambda: [each for each in desktop.person.boxes("A")
-                                if each.window.id != box.window.id], "a fresh box", 30)
-    assert fresh[0].labels == ["Retry", "Cancel"]

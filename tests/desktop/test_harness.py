@@ -9,12 +9,11 @@ import pytest
 from PIL import Image
 
 from harness.desktop import Desktop, Settings
-from harness.editor import Editor
 from harness.process import Here
 from harness.program import Program
 from harness.sandbox import Sandbox, SandboxError
 from harness.service import Line, Service, quote, unquote
-from harness.system_log import LogMessage, SystemLog
+from harness.system_log import SystemLog
 from harness.waiting import DeadlineMissed, wait_until
 
 
@@ -39,21 +38,6 @@ def test_a_missed_deadline_says_what_was_waited_for():
 
 # ---- The sandbox --------------------------------------------------------------------------------
 
-def test_a_process_inside_gets_input_and_leaves_output_and_status(sandbox):
-    process = sandbox.start(["sh", "-c", "read word; echo got $word; echo oops >&2; exit 7"])
-    process.write(b"hello\n")
-    assert process.wait() == 7
-    assert process.stdout() == b"got hello\n"
-    assert process.stderr() == b"oops\n"
-
-
-def test_a_process_ended_by_a_signal_has_its_negative_number(sandbox):
-    process = sandbox.start(["sleep", "1000"])
-    assert process.poll() is None
-    process.send_signal(signal.SIGTERM)
-    assert process.wait() == -signal.SIGTERM
-
-
 def test_a_process_beside_the_test_is_like_one_inside():
     place = Here()
     process = place.start(["sh", "-c", "read word; echo got $word; echo oops >&2; exec sleep 1000"])
@@ -61,11 +45,6 @@ def test_a_process_beside_the_test_is_like_one_inside():
     wait_until(process.stdout, "its answer")
     assert (process.stdout(), process.stderr(), process.poll()) == (b"got hello\n", b"oops\n", None)
     assert process.kill() == -signal.SIGKILL
-
-
-def test_a_program_that_is_not_there_is_an_error(sandbox):
-    with pytest.raises(SandboxError, match="FileNotFoundError"):
-        sandbox.start(["/no/such/program"])
 
 
 def test_the_network_inside_is_a_loopback_of_its_own(sandbox):
@@ -77,17 +56,6 @@ def test_the_network_inside_is_a_loopback_of_its_own(sandbox):
     wait_until(listener.stdout, "a listener")
     assert sandbox.run(["bash", "-c", "exec 3<>/dev/tcp/127.0.0.1/1753"])[0] == 0
     assert listener.wait() == 0
-
-
-def test_two_sandboxes_may_use_the_same_port(sandbox):
-    listen = ["python3", "-c", "import socket; s = socket.create_server(('127.0.0.1', 1753)); "
-              "print('ready', flush=True); s.accept()"]
-    other = Sandbox()
-    try:
-        for place in (sandbox, other):
-            wait_until(place.start(listen).stdout, "a listener")
-    finally:
-        other.close()
 
 
 def test_the_configuration_file_inside_is_the_tests_own(sandbox):
@@ -104,13 +72,6 @@ def test_nothing_of_the_machine_can_be_written(sandbox):
         assert sandbox.run(["touch", path])[0] != 0
     assert sandbox.run(["touch", "/tmp/x-of-a-sandbox"])[0] == 0
     assert not os.path.exists("/tmp/x-of-a-sandbox")
-
-
-def test_the_environment_of_a_process_adds_to_the_sandboxs(sandbox):
-    status, output, _ = sandbox.run(["env"], environment={"ONE": "1", "LANG": None})
-    lines = output.decode().split("\n")
-    assert status == 0 and "ONE=1" in lines and f"HOME={sandbox.home}" in lines
-    assert not any(line.startswith(("LANG=", "DISPLAY=")) for line in lines)
 
 
 def test_closing_a_sandbox_ends_what_detached_itself_in_it():
@@ -158,11 +119,6 @@ def test_what_is_no_log_message_is_kept_as_malformed(sandbox):
         log.close()
 
 
-def test_a_log_message_without_a_process_id_is_understood():
-    message = LogMessage.parse(b"<13>Jan  2 03:04:05 name: text\0")
-    assert message == LogMessage(13, "name", None, "text")
-
-
 # ---- The service --------------------------------------------------------------------------------
 
 @pytest.mark.parametrize("data", [b"", b"Front desk", b'a "b" \\ c\n\r\t', bytes(range(1, 256))])
@@ -179,12 +135,6 @@ def test_a_line_of_the_service_is_words_and_fields():
     assert Line.parse("1234 settings hold_ms=5") == Line("settings", {"hold_ms": "5"}, 1234)
 
 
-def test_the_service_understands_odd_names(desktop):
-    desktop.service.report(b'odd \xff "name"\n', b"job \\ 1", 110, 3)
-    published = desktop.service.wait_for("event published")[0].fields
-    assert (published["printer"], published["job"]) == (b'odd \xff "name"\n', b"job \\ 1")
-
-
 def test_the_service_is_as_strict_as_it_is_told_when_the_call_returns(sandbox):
     service = Service(sandbox)
     for change, now in [(lambda: service.retell(False), ("off", "0", "0")),
@@ -194,15 +144,6 @@ def test_the_service_is_as_strict_as_it_is_told_when_the_call_returns(sandbox):
         change()
         settings = service.lines("settings")[-1].fields
         assert (settings["retell"], settings["hold_ms"], settings["carry_out_ms"]) == now
-
-
-def test_the_service_stops_and_goes_on(desktop):
-    connect = ["bash", "-c", "exec 3<>/dev/tcp/127.0.0.1/1753"]
-    assert desktop.sandbox.run(connect)[0] == 0
-    desktop.service.stop()
-    assert desktop.sandbox.run(connect)[0] != 0
-    desktop.service.go_on()
-    assert desktop.sandbox.run(connect)[0] == 0
 
 
 # ---- The desktop and the person -----------------------------------------------------------------
@@ -218,43 +159,6 @@ def test_a_desktop_is_as_asked_for(start_desktop, window_manager, screen):
     desktop.person.take_screenshot(picture)
     with Image.open(picture) as image:
         assert image.size == (width, height)
-
-
-@pytest.mark.parametrize("window_manager", ["openbox", "metacity", "xfwm4"])
-def test_the_person_finds_types_into_clicks_and_closes_a_window(start_desktop, window_manager):
-    desktop = start_desktop(window_manager=window_manager, service=False)
-    person = desktop.person
-    editor = Editor(desktop)
-    window = person.wait_for_window(Editor.TITLE)
-    assert person.active_window() == person.focused_window() == window.id
-    assert window.id in person.task_bar()
-    assert window.frame.contains(window.client) and window.frame != window.client
-    assert "WM_DELETE_WINDOW" in window.protocols
-
-    person.type_text("Dear Ann\nhello 12")
-    editor.wait_for_text("Dear Ann\nhello 12")
-
-    roots = wait_until(lambda: person.accessible_windows(window.process), "the editor's tree")
-    assert roots[0].name == Editor.TITLE
-    text = roots[0].all("text")[0]
-    assert text.text == "Dear Ann\nhello 12" and "focused" in text.states
-    person.click_at(*roots[0].all("push button")[0].extents.center)
-    editor.wait_for_event("clicked")
-
-    person.request_close(window)
-    editor.wait_for_event("asked to close")
-    person.wait_until_gone(Editor.TITLE)
-
-
-def test_a_screenshot_shows_the_screen(desktop):
-    desktop.sandbox.run(["xsetroot", "-solid", "#204060"])
-    picture = desktop.sandbox.directory / "picture.png"
-
-    def looks_blue():
-        desktop.person.take_screenshot(picture)
-        with Image.open(picture) as image:
-            return {image.getpixel(place) for place in ((0, 0), (1919, 1079))} == {(32, 64, 96)}
-    wait_until(looks_blue, "the blue screen")
 
 
 def test_the_text_scale_and_theme_reach_programs(start_desktop):

@@ -1,7 +1,7 @@
 """Errors come, stay, are answered or withdrawn, and come again."""
 
 from harness.service import CANCEL, RETRY, command_document
-from harness.waiting import scaled, wait_until
+from harness.waiting import wait_until
 
 
 def printers(count):
@@ -32,40 +32,6 @@ def test_an_error_is_shown_once_while_it_is_reported_on_and_on(desktop):
     assert len(desktop.log.messages("present_error_box begin")) == 1
 
 
-def test_another_report_for_the_same_printer_and_job_leaves_the_box_alone(desktop):
-    desktop.start_polling_program()
-    desktop.service.report("A", "1", 110, 3)
-    before = desktop.person.wait_for_box("A")
-    desktop.service.report("A", "1", 105, 4)
-    desktop.service.wait_for("event published", 2)
-    desktop.settle()
-    boxes = desktop.person.boxes("A")
-    assert [box.window.id for box in boxes] == [before.window.id]
-    assert (boxes[0].text, boxes[0].labels) == (before.text, ["Retry", "Cancel"])
-    desktop.person.click(boxes[0], "Retry")  # what is sent is what is shown
-    assert desktop.service.wait_for_commands() == [command_document("A", RETRY, "1", 110)]
-
-
-def test_each_job_and_each_printer_has_a_box_of_its_own(desktop):
-    desktop.start_polling_program()
-    titles = []
-    for printer, job in (("A", "1"), ("A", "2"), ("B", "1")):
-        desktop.service.report(printer, job)
-        titles.append(printer)
-        wait_until(lambda: sorted(window.title for window in desktop.person.windows()) == titles,
-                   f"boxes {titles}")
-
-
-def test_an_error_that_is_no_longer_mentioned_stays(desktop):
-    desktop.start_polling_program()
-    desktop.service.report("A")
-    box = desktop.person.wait_for_box("A")
-    desktop.service.publish("<PrinterStatus><PrinterState>Ready</PrinterState></PrinterStatus>")
-    desktop.service.wait_for("event published", 2)
-    desktop.settle()
-    assert [window.id for window in desktop.person.windows("A")] == [box.window.id]
-
-
 def test_a_withdrawal_closes_just_its_box_and_sends_nothing(desktop):
     desktop.start_polling_program()
     show_boxes(desktop, 3)
@@ -74,36 +40,6 @@ def test_a_withdrawal_closes_just_its_box_and_sends_nothing(desktop):
     desktop.settle()
     assert sorted(window.title for window in desktop.person.windows()) == ["Printer 1", "Printer 3"]
     assert desktop.service.commands() == []
-
-
-def test_a_withdrawal_of_what_is_not_shown_changes_nothing(desktop):
-    program = desktop.start_polling_program()
-    desktop.service.report("A")
-    desktop.person.wait_for_box("A")
-    desktop.service.publish("<RemovePrinterError><PrinterName>A</PrinterName>"
-                            "<PrinterJobID>2</PrinterJobID></RemovePrinterError>")
-    desktop.service.wait_for("event published", 2)
-    desktop.settle()
-    assert [window.title for window in desktop.person.windows()] == ["A"]
-    assert program.is_running()
-
-
-def test_an_error_that_comes_and_goes_at_once_leaves_no_box(desktop):
-    desktop.start_polling_program()
-    desktop.service.report("A")
-    desktop.service.withdraw("A")
-    desktop.log.wait_for("RemovePrinterError")
-    desktop.settle()
-    assert desktop.person.windows("A") == []
-
-
-def test_a_withdrawn_error_may_come_again(desktop):
-    desktop.start_polling_program()
-    for _ in range(3):
-        desktop.service.report("A")
-        desktop.person.wait_for_box("A")
-        desktop.service.withdraw("A")
-        desktop.person.wait_until_gone("A")
 
 
 def test_boxes_are_all_withdrawn(desktop):
@@ -130,18 +66,6 @@ def test_an_answered_error_is_shown_afresh_when_it_is_reported_again(desktop):
                                                     command_document("A", CANCEL)]
 
 
-def test_an_answered_error_that_is_still_the_news_comes_back(desktop):
-    """A service that takes no notice of the answer goes on reporting the error."""
-    desktop.start_polling_program()
-    desktop.service.publish("<PrinterStatus><PrinterName>A</PrinterName><PrinterJobID>1"
-                            "</PrinterJobID><ErrorCode>110</ErrorCode><ErrorSeverity>3"
-                            "</ErrorSeverity></PrinterStatus>")
-    for count in range(1, 4):
-        desktop.person.click(desktop.person.wait_for_box("A"), "Retry")
-        desktop.service.wait_for_commands(count)
-        desktop.log.wait_for("present_error_box end", count + 1)
-
-
 def test_an_answered_error_does_not_flash_up_again(desktop):
     """The service withdraws what is answered; a status from before the answer is old news.
 
@@ -164,20 +88,6 @@ def test_an_answered_error_does_not_flash_up_again(desktop):
         again = len(desktop.log.messages("present_error_box begin")) - shown - 1
         assert 0 <= again <= later
         shown += again + 1
-
-
-def test_a_status_asked_for_before_the_answer_is_old_news(desktop):
-    desktop.start_polling_program()
-    desktop.service.report("A")
-    box = desktop.person.wait_for_box("A")
-    desktop.service.fault(f"delay {int(scaled(1000))} times 1 on status")
-    desktop.service.wait_for("fault ended")  # the service has chosen its reply and keeps it back
-    desktop.person.click(box, "Retry")
-    desktop.service.wait_for_commands()
-    desktop.service.wait_for("event published", 2)
-    desktop.settle()
-    assert desktop.person.windows("A") == []
-    assert len(desktop.log.messages("present_error_box begin")) == 1
 
 
 def test_many_boxes_are_answered_in_turn(desktop):

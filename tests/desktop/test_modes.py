@@ -26,14 +26,6 @@ def test_without_options_it_detaches_from_the_starting_process(desktop):
     assert box.window.process == detached[0]["pid"]
 
 
-@pytest.mark.parametrize("option", ["--no-fork", "--valgrind"])
-def test_it_stays_in_the_starting_process_when_told_to(desktop, option):
-    program = desktop.start_program(option, fork=True)
-    desktop.log.wait_for("timer_tick" if option == "--valgrind" else "handling updated status")
-    assert program.is_running()
-    assert {message.pid for message in desktop.log.messages()} == {program.pid}
-
-
 def test_unknown_options_are_ignored_and_do_not_reach_gtk(desktop):
     desktop.start_polling_program("--display=:77", "--g-fatal-warnings", "--help", "word", "-g")
 
@@ -57,20 +49,6 @@ def test_a_simulated_error_is_shown_once(desktop):
     desktop.person.wait_until_gone(SIMULATED)
     desktop.settle()
     assert desktop.person.windows() == []
-
-
-def test_an_empty_simulated_error_is_none(desktop):
-    desktop.start_polling_program("--simulate-error=")
-    desktop.settle()
-    assert desktop.person.windows() == []
-
-
-def test_a_simulated_severity_that_is_no_number_ends_the_program_with_its_reason(desktop):
-    program = desktop.start_program("--simulate-error=high")
-    program.expect_problem("terminate called|what\\(\\)")
-    assert program.wait_for_end() == -signal.SIGABRT
-    assert "Failed to parse high." in program.stderr()
-    desktop.log.wait_for("Failed to parse high.")
 
 
 @pytest.mark.parametrize("code, severity, text", [("x", "3", "x"), ("110", "", "")])
@@ -102,14 +80,6 @@ def test_valgrind_mode_shows_its_boxes_and_closes_them_all_at_once(desktop, opti
     assert desktop.service.commands() == []
 
 
-def test_valgrind_mode_without_boxes_closes_what_is_reported(desktop):
-    program = desktop.start_program("--valgrind", "--valgrind-num-boxes=0")
-    desktop.person.wait_for_window(MAIN_WINDOW)
-    desktop.service.report("A")
-    desktop.log.wait_for("present_error_box end", 3)  # reported and closed again and again
-    assert program.is_running() and desktop.service.commands() == []
-
-
 def test_the_main_window_is_shown_only_when_asked_for(desktop):
     desktop.start_polling_program()
     assert desktop.person.windows() == []
@@ -128,16 +98,6 @@ def test_closing_the_main_window_ends_the_program_cleanly(desktop):
     assert program.wait_for_end() == 0
     assert desktop.log.wait_for("end; exit_code=0")
     assert desktop.person.windows() == []
-
-
-def test_all_test_modes_go_together(desktop):
-    program = desktop.start_program("--valgrind", "--valgrind-num-boxes=2", "--simulate-error=2",
-                                    "--show-main-window")
-    desktop.log.wait_for("present_error_box end", 3)
-    wait_until(lambda: [window.title for window in desktop.person.windows()] == [MAIN_WINDOW],
-               "only the main window")
-    desktop.person.request_close(desktop.person.wait_for_window(MAIN_WINDOW))
-    assert program.wait_for_end() == 0
 
 
 @pytest.mark.parametrize("first_options", [(), ("--show-main-window",)])

@@ -199,25 +199,6 @@ def test_replies_of_100_mib_are_read_and_forgotten(start_abused):
     assert looks(desktop) == before
 
 
-def test_a_service_that_goes_and_comes_tens_of_times_is_polled_again_each_time(start_abused):
-    desktop, program, before = start_abused()
-    threads = program.threads()
-    visitor = Visitor(desktop)
-    for restart in range(1, 21):
-        since = desktop.log.count()
-        desktop.service.stop()
-        desktop.log.wait_for(FAILED, since=since)
-        desktop.service.go_on()
-        since = desktop.log.count()
-        desktop.log.wait_for("handling updated status", since=since)
-        if restart % 10 == 0:
-            visitor.call(f"restart {restart}")
-    assert set(failures(desktop)) <= {"Failed to connect socket.", "Failed writing to socket.",
-                                      "Empty receive.", "Receive failed."}
-    assert program.threads() <= threads  # GLib ends idle ones of its own
-    assert looks(desktop) == before
-
-
 def test_a_service_that_is_killed_and_started_anew_knows_nothing_and_boxes_stay(start_abused):
     desktop, _, before = start_abused()
     for attempt in range(1, 4):

@@ -8,8 +8,6 @@ from harness.waiting import wait_until
 
 FAILED = "caught c++ exception: "
 REST = 10  # seconds
-DOCUMENT = ("<PrinterStatus><PrinterName>A</PrinterName><PrinterJobID>1</PrinterJobID>"
-            "<ErrorCode>110</ErrorCode><ErrorSeverity>3</ErrorSeverity></PrinterStatus>")
 
 
 def status_requests(desktop, quoted):
@@ -71,31 +69,6 @@ def test_an_answer_that_the_service_cannot_take_is_logged_and_not_repeated(deskt
     assert program.is_running()
 
 
-def test_a_reply_that_is_cut_short_is_a_failure_that_passes(desktop):
-    desktop.start_polling_program()
-    desktop.service.report("A")
-    box = desktop.person.wait_for_box("A")
-    desktop.service.fault("cut 100 times 1 on status")
-    failure = desktop.log.wait_for(FAILED)[0]
-    assert failure.text.endswith(FAILED + "Empty receive.")
-    wait_for_fresh_start(desktop, 2)
-    desktop.service.report("B")
-    desktop.person.wait_for_box("B")  # the first request after it quotes nothing
-    assert [window.id for window in desktop.person.windows("A")] == [box.window.id]
-
-
-def test_a_silent_service_is_given_up_after_fifteen_seconds(desktop):
-    desktop.start_polling_program()
-    desktop.service.report("A")
-    box = desktop.person.wait_for_box("A")
-    desktop.service.fault("silent times 1 on status")
-    failure = desktop.log.wait_for(FAILED, deadline=25)[0]
-    assert failure.text.endswith(FAILED + "Receive failed.")
-    desktop.service.report("B")
-    desktop.person.wait_for_box("B", deadline=REST + 10)
-    assert [window.id for window in desktop.person.windows("A")] == [box.window.id]
-
-
 def test_boxes_can_be_answered_while_a_status_reply_is_awaited(desktop):
     desktop.start_polling_program()
     desktop.service.report("A")
@@ -121,17 +94,3 @@ def test_a_service_that_is_slow_with_an_answer_gets_each_answer_once(desktop):
     desktop.log.wait_for("finished action", 2)
     assert sorted(desktop.service.commands()) == [command_document("A", CANCEL),
                                                   command_document("B", CANCEL)]
-
-
-def test_a_document_without_a_printer_reports_nothing(desktop):
-    desktop.start_polling_program()
-    for count, document in enumerate((
-            "", "no XML at all", "<PrinterStatus/>", "<a><b>", DOCUMENT.replace("Name>A<", "Name><"),
-            DOCUMENT.replace("PrinterName", "printername")), 1):
-        desktop.service.publish(document)
-        desktop.service.wait_for("event published", count)
-        desktop.settle()
-        assert desktop.person.windows() == [], document
-    # Another root is as good as any.
-    desktop.service.publish(DOCUMENT.replace("PrinterStatus", "Status"))
-    desktop.person.wait_for_box("A")

@@ -37,24 +37,6 @@ def test_an_odd_printer_name_is_the_title_and_comes_back_as_it_was(desktop):
     assert program.is_running()
 
 
-def test_an_odd_job_id_comes_back_as_it_was(desktop):
-    desktop.start_polling_program()
-    wanted = []
-    for job in NAMES:
-        desktop.service.report("A", job)
-        wanted.append(command_document("A", RETRY, job))
-        answer(desktop, desktop.person.wait_for_box("A"), *wanted)
-
-
-def test_names_that_differ_only_in_bytes_that_are_not_text_are_two_printers(desktop):
-    desktop.start_polling_program()
-    for count, printer in enumerate((b"Desk \xfe", b"Desk \xff"), 1):
-        desktop.service.report(printer)
-        wait_until(lambda number=count: len(desktop.person.windows()) == number, f"{count} boxes")
-    desktop.service.withdraw(b"Desk \xfe")
-    wait_until(lambda: len(desktop.person.windows()) == 1, "one box")
-
-
 def test_a_very_long_printer_name_gives_a_usable_box(desktop):
     program = desktop.start_polling_program()
     name = b"long name " * 100_000
@@ -71,14 +53,6 @@ def test_a_very_long_printer_name_gives_a_usable_box(desktop):
     desktop.person.press("Return")
     assert desktop.service.wait_for_commands() == [command_document(name, RETRY)]
     assert program.is_running()
-
-
-def test_a_printer_without_a_name_has_no_box(desktop):
-    desktop.start_polling_program()
-    desktop.service.report("")
-    desktop.service.wait_for("event published")
-    desktop.settle()
-    assert desktop.person.windows() == []
 
 
 def test_the_services_own_words_are_logged_not_shown(desktop):

@@ -12,80 +12,52 @@
 #include <random>
 #include <set>
 
+#include "printer_model.h"
 #include "shell_support.h"
 
 namespace {
 
-std::string element(const std::string& name, const std::string& text) {
-    return "<" + name + ">" + text + "</" + name + ">";
-}
-
 // ---- The service --------------------------------------------------------------------------------
 
-struct Event {
-    ZORPrinterError error;
-    bool is_removal = false;
-};
-
-// What the service knows; events count from 1, and 0 is the time before the first.
+// What the simulated service knows when it is at its strictest.
 class StrictHistory {
 public:
+    StrictHistory() { m_model.set_retelling(false); }
+
     // Reports an error, also one of a job that has an error already.
     void show(const std::string& job, const std::string& code) {
-        const auto open = m_open.find(job);
-        if (open == m_open.end()) {
+        if (const auto open = find_code(job); !open) {
             m_changed_in_place.erase(job);
-        } else if (m_events[open->second - 1].error.error_code != code) {
+        } else if (*open != code) {
             m_changed_in_place.insert(job);
         }
-        add(job, code, false);
-        m_open[job] = m_events.size();
+        m_model.publish_error({"P", job, code, "3", "", "0"});
     }
 
     // What is no longer open is left alone.
     void show_again(const std::string& job, const std::string& code) {
-        if (m_open.count(job) > 0) {
+        if (find_code(job)) {
             show(job, code);
         }
     }
 
-    void withdraw(const std::string& job) {
-        if (const auto open = m_open.find(job); open != m_open.end()) {
-            add(job, m_events[open->second - 1].error.error_code, true);
-            m_open.erase(open);
-        }
+    void withdraw(const std::string& job) { m_model.clear("P", job); }
+
+    // The reply to the text of a status request, as long as nothing else happens.
+    printer_simulator::StatusReply choose_reply(const std::string& request) {
+        return m_model.choose_reply(
+            std::string_view(request).substr(printer_simulator::STATUS_REQUEST.size()));
     }
 
-    // The whole reply to the text of a status request.
-    std::string reply_to(const std::string& request) {
-        if (const auto quoted = find_quoted(request)) {
-            m_seen = std::max(m_seen, *quoted);
-        }
-        const auto number = find_first_to_tell(request);
-        if (number > m_events.size()) {
-            return element("PrinterStatus",
-                           element("EventNumber", std::to_string(m_events.size())));
-        }
-        const auto& event = m_events[number - 1];
-        return element(event.is_removal ? "RemovePrinterError" : "PrinterStatus",
-                       element("PrinterName", event.error.printer_name) +
-                           element("PrinterJobID", event.error.printer_job_id) +
-                           element("ErrorCode", event.error.error_code) +
-                           element("ErrorSeverity", event.error.error_severity) +
-                           element("EventNumber", std::to_string(number)));
-    }
+    void reply_sent(const printer_simulator::StatusReply& reply) { m_model.reply_sent(reply); }
 
-    bool has_news_for(const std::string& request) const {
-        return find_first_to_tell(request) <= m_events.size();
-    }
-
-    std::size_t count_events() const { return m_events.size(); }
+    std::size_t count_events() const { return m_model.newest_event(); }
 
     // Job and code of what is open; the code is left out where a box was not to be refreshed.
     std::set<std::string> describe_open() const {
         std::set<std::string> open;
-        for (const auto& [job, number] : m_open) {
-            open.insert(job + " " + describe_code(job, m_events[number - 1].error.error_code));
+        for (const auto& [error, number] : m_model.open_errors()) {
+            open.insert(error.job + " " + describe_code(error.job, error.code));
         }
         return open;
     }
@@ -95,37 +67,17 @@ public:
     }
 
 private:
-    static std::optional<std::size_t> find_quoted(const std::string& request) {
-        const std::string name = "<EventNumber>";
-        const auto start = request.find(name);
-        if (start == std::string::npos) {
-            return std::nullopt;
+    std::optional<std::string> find_code(const std::string& job) const {
+        for (const auto& [error, number] : m_model.open_errors()) {
+            if (error.job == job) {
+                return error.code;
+            }
         }
-        return std::strtoul(request.c_str() + start + name.size(), nullptr, 10);
+        return std::nullopt;
     }
 
-    std::size_t find_first_to_tell(const std::string& request) const {
-        if (const auto quoted = find_quoted(request)) {
-            return *quoted + 1;
-        }
-        // Nothing that is open, and nothing that nobody has seen, may be left out.
-        auto first = m_seen + 1;
-        for (const auto& [job, number] : m_open) {
-            first = std::min(first, number);
-        }
-        return first;
-    }
-
-    void add(const std::string& job, const std::string& code, bool is_removal) {
-        auto error = make_error("P", job);
-        error.error_code = code;
-        m_events.push_back({error, is_removal});
-    }
-
-    std::vector<Event> m_events;
-    std::map<std::string, std::size_t> m_open; // by job: the number of the event
+    printer_simulator::PrinterModel m_model;
     std::set<std::string> m_changed_in_place;
-    std::size_t m_seen = 0; // the newest event that a request quoted
 };
 
 // ---- Steps --------------------------------------------------------------------------------------
@@ -326,12 +278,13 @@ private:
         }
         m_status_request = requests;
         m_request_text = service->requests()[requests];
-        m_late_reply = m_history.reply_to(m_request_text);
+        m_late_reply = m_history.choose_reply(m_request_text);
     }
 
     void reply(bool late) {
-        service->reply_to_request(*m_status_request,
-                                  late ? m_late_reply : m_history.reply_to(m_request_text));
+        const auto reply = late ? m_late_reply : m_history.choose_reply(m_request_text);
+        service->reply_to_request(*m_status_request, reply.text);
+        m_history.reply_sent(reply);
         wait_for_rest();
     }
 
@@ -394,7 +347,7 @@ private:
         for (std::size_t round = 0; round < 3 * m_history.count_events() + 10; ++round) {
             poll();
             if (m_status_request) {
-                idle_polls = m_history.has_news_for(m_request_text) ? 0 : idle_polls + 1;
+                idle_polls = m_history.choose_reply(m_request_text).event != 0 ? 0 : idle_polls + 1;
                 reply(false);
             }
             tick();
@@ -433,7 +386,7 @@ private:
     std::vector<Command> m_commands;             // those that run, oldest first
     std::optional<std::size_t> m_status_request; // the number of the one that is under way
     std::string m_request_text;
-    std::string m_late_reply;
+    printer_simulator::StatusReply m_late_reply;
 };
 
 TEST_F(StrictServiceTest, NewsThatIsUnderWayAtAnAnswerIsNotLost) {

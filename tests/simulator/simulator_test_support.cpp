@@ -113,16 +113,6 @@ std::string poll_status(std::uint16_t port, std::string_view quoted) {
     return framed_exchange(port, std::string(STATUS_REQUEST) + std::string(quoted));
 }
 
-std::string job_command(std::string_view printer, std::string_view job, std::string_view code,
-                        int action) {
-    std::string out = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<PrinterAction>\n";
-    out.append("    <PrinterName>").append(printer).append("</PrinterName>\n");
-    out.append("    <Action>").append(std::to_string(action)).append("</Action>\n");
-    out.append("    <PrinterJobID>").append(job).append("</PrinterJobID>\n");
-    out.append("    <ErrorCode>").append(code).append("</ErrorCode>\n");
-    return out + "</PrinterAction>\n";
-}
-
 std::string element(const std::string& document, const std::string& name) {
     const std::string open = "<" + name + ">";
     const std::size_t begin = document.find(open);

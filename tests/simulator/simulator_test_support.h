@@ -52,9 +52,6 @@ std::string raw_exchange(std::uint16_t port, std::string_view request);
 std::string framed_exchange(std::uint16_t port, std::string_view request);
 // One status poll as the real client does it, with a silent connection beside it.
 std::string poll_status(std::uint16_t port, std::string_view quoted = {});
-// A job command document as the real client writes it.
-std::string job_command(std::string_view printer, std::string_view job, std::string_view code,
-                        int action);
 
 // The text of the first element `name` in a document; empty without one.
 std::string element(const std::string& document, const std::string& name);

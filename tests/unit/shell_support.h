@@ -32,8 +32,8 @@
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <gtk/gtk.h>
+
+#include "gtk_support.h"
 
 // Behind GoogleTest, which uses the names of its macros.
 #include <gdk/gdkx.h>
@@ -44,7 +44,6 @@
 
 #include "fake_peer.h"
 #include "syslog_capture.h"
-#include "test_support.h"
 
 // The program's entry becomes a function that a test calls.
 #define main zor_main
@@ -234,32 +233,14 @@ private:
     static inline std::vector<std::string> s_messages;
 };
 
-class GtkEnvironment : public testing::Environment {
+// Behind that of gtk_support.h, so that GTK is ready.
+class MessagesEnvironment : public testing::Environment {
 public:
-    void SetUp() override {
-        g_setenv("NO_AT_BRIDGE", "1", TRUE);
-        g_setenv("GSETTINGS_BACKEND", "memory", TRUE);
-        g_log_set_writer_func(GlibMessages::record, nullptr, nullptr);
-        ASSERT_TRUE(gtk_init_check(nullptr, nullptr)) << "no display; not in the sandbox?";
-        // Without animations the main loop comes to rest.
-        g_object_set(gtk_settings_get_default(), "gtk-enable-animations", FALSE, nullptr);
-    }
+    void SetUp() override { g_log_set_writer_func(GlibMessages::record, nullptr, nullptr); }
 };
 
-inline auto* const gtk_environment = testing::AddGlobalTestEnvironment(new GtkEnvironment);
-
-inline void run_main_loop_until_idle() {
-    while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
-    }
-}
-
-// Runs the main loop until the condition holds; false when the deadline passes first.
-inline bool run_main_loop_until(const std::function<bool()>& condition) {
-    return wait_until([&condition] {
-        run_main_loop_until_idle();
-        return condition();
-    });
-}
+inline auto* const messages_environment =
+    testing::AddGlobalTestEnvironment(new MessagesEnvironment);
 
 inline bool has_builder_name(GtkWidget* widget, const char* name) {
     return GTK_IS_BUILDABLE(widget) &&
@@ -514,11 +495,7 @@ private:
 
 // The document that a button with this action code sends, for texts without special characters.
 inline std::string make_command_text(const ZORPrinterError& error, int action_code) {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<PrinterAction>\n    <PrinterName>" +
-           error.printer_name + "</PrinterName>\n    <Action>" + std::to_string(action_code) +
-           "</Action>\n    <PrinterJobID>" + error.printer_job_id +
-           "</PrinterJobID>\n    <ErrorCode>" + error.error_code +
-           "</ErrorCode>\n</PrinterAction>\n";
+    return job_command(error.printer_name, error.printer_job_id, error.error_code, action_code);
 }
 
 // ---- The fixture --------------------------------------------------------------------------------

@@ -82,3 +82,14 @@ std::string thrown_text(Function&& function) {
     ADD_FAILURE() << "nothing was thrown";
     return {};
 }
+
+// The document with which an answer reaches the service. The texts are escaped already.
+inline std::string job_command(std::string_view printer, std::string_view job,
+                               std::string_view code, int action) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<PrinterAction>\n";
+    text.append("    <PrinterName>").append(printer).append("</PrinterName>\n");
+    text.append("    <Action>").append(std::to_string(action)).append("</Action>\n");
+    text.append("    <PrinterJobID>").append(job).append("</PrinterJobID>\n");
+    text.append("    <ErrorCode>").append(code).append("</ErrorCode>\n");
+    return text + "</PrinterAction>\n";
+}

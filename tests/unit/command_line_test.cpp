@@ -2,13 +2,12 @@
 
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <csignal>
 #include <vector>
 
+#include "object_owner.h"
 #include "test_support.h"
 
 namespace {
@@ -16,71 +15,30 @@ namespace {
 struct Outcome {
     int exit_code = -1; // -1: ended by a signal
     int signal = 0;
-    pid_t pid = 0;
+    std::string pid;
     std::string output;
     std::string errors;
 };
 
-class Pipe {
-public:
-    Pipe() {
-        if (pipe(m_ends.data()) != 0) {
-            throw std::runtime_error("no pipe");
-        }
-    }
-    ~Pipe() {
-        close(m_ends[0]);
-        close_writer();
-    }
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-
-    int writer() const { return m_ends[1]; }
-    void close_writer() {
-        if (m_ends[1] != -1) {
-            close(std::exchange(m_ends[1], -1));
-        }
-    }
-    std::string read_all() {
-        std::string text;
-        std::array<char, 4096> buffer{};
-        for (;;) {
-            const auto count = read(m_ends[0], buffer.data(), buffer.size());
-            if (count <= 0) {
-                return text;
-            }
-            text.append(buffer.data(), static_cast<std::size_t>(count));
-        }
-    }
-
-private:
-    std::array<int, 2> m_ends{};
-};
-
 Outcome run_program(const std::vector<std::string>& arguments) {
-    Pipe output;
-    Pipe errors;
-    std::vector<char*> argv{const_cast<char*>(ZOR_PROGRAM)};
+    std::vector<const char*> argv{ZOR_PROGRAM};
     for (const auto& argument : arguments) {
-        argv.push_back(const_cast<char*>(argument.c_str()));
+        argv.push_back(argument.c_str());
     }
     argv.push_back(nullptr);
+    const auto pipes = static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE |
+                                                     G_SUBPROCESS_FLAGS_STDERR_PIPE);
+    const ObjectOwner<GSubprocess> process(g_subprocess_newv(argv.data(), pipes, nullptr));
     Outcome outcome;
-    outcome.pid = fork();
-    if (outcome.pid == 0) {
-        dup2(output.writer(), STDOUT_FILENO);
-        dup2(errors.writer(), STDERR_FILENO);
-        execv(ZOR_PROGRAM, argv.data());
-        _exit(127);
-    }
-    output.close_writer();
-    errors.close_writer();
-    outcome.output = output.read_all();
-    outcome.errors = errors.read_all();
-    int status = 0;
-    waitpid(outcome.pid, &status, 0);
-    outcome.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    outcome.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    outcome.pid = g_subprocess_get_identifier(process.get());
+    char* output = nullptr;
+    char* errors = nullptr;
+    g_subprocess_communicate_utf8(process.get(), nullptr, nullptr, &output, &errors, nullptr);
+    outcome.output = TextOwner(output).get();
+    outcome.errors = TextOwner(errors).get();
+    const bool has_exited = g_subprocess_get_if_exited(process.get()) != FALSE;
+    outcome.exit_code = has_exited ? g_subprocess_get_exit_status(process.get()) : -1;
+    outcome.signal = has_exited ? 0 : g_subprocess_get_term_sig(process.get());
     return outcome;
 }
 
@@ -241,8 +199,8 @@ TEST(Log, CarriesIdentityProcessIdPriorityAndText) {
     const auto lines = log.take_lines();
     ASSERT_EQ(lines.size(), 3U);
     // Facility user (8) and priority info (6).
-    const auto begin = "<14>zor_card_printer_gui[" + std::to_string(outcome.pid) +
-                       "]: zor-card-printer-error-ui.cpp:";
+    const auto begin =
+        "<14>zor_card_printer_gui[" + outcome.pid + "]: zor-card-printer-error-ui.cpp:";
     for (const auto& line : lines) {
         EXPECT_EQ(without_time(line).find(begin), 0U) << line;
     }

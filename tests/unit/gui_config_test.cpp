@@ -119,12 +119,6 @@ TEST(SplitNameValuePair, GivesTheNameAsMuchAsItCan) {
     EXPECT_EQ(split("= = ="), (Split{true, "=", "="}));
 }
 
-TEST(SplitNameValuePair, LeavesNameAndValueAloneWhenTheLineHasAnotherForm) {
-    for (const char* line : {"", " ", "=", "a", "a=", "=b", "a b=c", "a=b c", "a = b c"}) {
-        EXPECT_EQ(split(line), Split{}) << line;
-    }
-}
-
 TEST(SplitNameValuePair, EqualsThePatternForAllShortLines) {
     const std::string alphabet = "a= \r";
     std::vector<std::string> lines{""};
@@ -223,25 +217,9 @@ TEST(DiagnosticLevel, DoesNotReadALastLineWithoutALineFeed) {
     EXPECT_EQ(level_of("diagnostics.level=2"), 0);
 }
 
-TEST(DiagnosticLevel, TakesTheLeadingNumberOfTheValue) {
-    EXPECT_EQ(level_of("diagnostics.level=-1\n"), -1);
-    EXPECT_EQ(level_of("diagnostics.level=+1\n"), 1);
-    EXPECT_EQ(level_of("diagnostics.level=12abc\n"), 12);
-    EXPECT_EQ(level_of("diagnostics.level=0x10\n"), 0);
-    EXPECT_EQ(level_of("diagnostics.level=010\n"), 10);
-}
-
-TEST(DiagnosticLevel, IsTheDefaultForAValueOutsideTheRange) {
-    EXPECT_EQ(level_of("diagnostics.level=2147483647\n"), 2147483647);
-    EXPECT_EQ(level_of("diagnostics.level=2147483648\n"), 0);
-    EXPECT_EQ(level_of("diagnostics.level=-2147483648\n"), -2147483647 - 1);
-    EXPECT_EQ(level_of("diagnostics.level=-2147483649\n"), 0);
-    EXPECT_EQ(level_of("diagnostics.level=99999999999999999999\n"), 0);
-}
-
 TEST(DiagnosticLevel, EqualsWhatAStringStreamReads) {
     for (const std::string sign : {"", "+", "-", "++", "+-", "-+", "--"}) {
-        for (const std::string digits : {"", "0", "7", "007", "12abc", "0x10", "1e3", "2147483647",
+        for (const std::string digits : {"", "0", "7", "010", "12abc", "0x10", "1e3", "2147483647",
                                          "2147483648", "2147483649", "99999999999", "abc", "."}) {
             std::istringstream parser(sign + digits);
             int value = 0;

@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include "glib_support.h"
-#include "service_thread.h"
 #include "simulator_test_support.h"
 #include "wire.h"
 
@@ -103,52 +102,6 @@ TEST(ProtocolExamples, AreWholeFrames) {
             EXPECT_EQ(decoded_prefix(bytes), bytes.size() - PREFIX_SIZE) << entry.path();
         }
     }
-}
-
-class ProtocolExchange : public testing::Test {
-protected:
-    std::string reply_to(const std::string& request_file) {
-        WireClient client(m_service.port());
-        client.send(example(request_file));
-        return client.receive_until_closed();
-    }
-    void publish(const PrinterError& error) {
-        m_service.call([&](PrinterService& service) { service.publish_error(error); });
-    }
-
-    OccurrenceLog m_log;
-    ServiceThread m_service{m_log.observer()};
-};
-
-TEST_F(ProtocolExchange, OfStatusRequestsGivesTheExamples) {
-    EXPECT_EQ(reply_to("status-request-first.bin"), framed(example("status-reply-idle.xml")));
-    publish({"Front Desk", "17", "110", "3", "Print ribbon out or missing.", "0"});
-    EXPECT_EQ(reply_to("status-request-first.bin"), example("status-reply-show.bin"));
-    EXPECT_EQ(framed(example("status-reply-show.xml")), example("status-reply-show.bin"));
-    m_service.call([](PrinterService& service) { service.clear("Front Desk", "17"); });
-    EXPECT_EQ(reply_to("status-request-later.bin"), framed(example("status-reply-remove.xml")));
-}
-
-TEST_F(ProtocolExchange, OfCommandsGivesTheExamples) {
-    const std::map<std::string, std::string> actions = {
-        {"command-cancel.bin", "cancel"},
-        {"command-resume.bin", "resume"},
-        {"command-retry.bin", "retry"},
-    };
-    std::size_t number = 0;
-    for (const auto& [file, action] : actions) {
-        publish({"Front Desk", "17", "110", "3", "", "0"});
-        publish({"Desk \"A\" & 'B' <1>", "a<b", "105", "3", "", "0"});
-        EXPECT_EQ(reply_to(file), framed(example("command-reply.xml"))) << file;
-        const Occurrence shown = m_log.wait_for("request command", ++number);
-        EXPECT_EQ(shown.value("action_name"), action) << file;
-        EXPECT_EQ(shown.value("known"), "yes") << file;
-    }
-}
-
-TEST_F(ProtocolExchange, WithAnEmptyReplyGivesTheExample) {
-    m_service.call([](PrinterService& service) { service.publish_raw(""); });
-    EXPECT_EQ(reply_to("status-request-first.bin"), example("reply-empty.bin"));
 }
 
 } // namespace

@@ -49,10 +49,13 @@ private:
 };
 
 TEST_F(GoldenExchange, OfStatusRequests) {
+    get_updated_printer_status(nullptr);
+    EXPECT_EQ(take_frames().at(1).substr(8), capture("status-reply-idle.xml"));
     call([](auto& service) {
         service.publish_error(
             {"Front Desk", "17", "110", "3", "Print ribbon out or missing.", "0"});
     });
+    EXPECT_EQ(capture("status-reply-show.bin").substr(8), capture("status-reply-show.xml"));
     const auto first = get_updated_printer_status(nullptr);
     EXPECT_EQ(take_frames(), (std::vector<std::string>{capture("status-request-first.bin"),
                                                        capture("status-reply-show.bin")}));
@@ -81,10 +84,16 @@ TEST_F(GoldenExchange, WithAnEmptyReply) {
 }
 
 TEST_F(GoldenExchange, OfJobCommands) {
-    execute_printer_job_command("Front Desk", "17", "110", 100);
-    EXPECT_EQ(take_frames().front(), capture("command-cancel.bin"));
-    execute_printer_job_command("Front Desk", "17", "110", 101);
-    EXPECT_EQ(take_frames().front(), capture("command-resume.bin"));
+    for (const auto& [action, file] :
+         {std::pair{100, "command-cancel.bin"}, {101, "command-resume.bin"}}) {
+        call([](auto& service) {
+            service.publish_error({"Front Desk", "17", "110", "3", "", "0"});
+        });
+        execute_printer_job_command("Front Desk", "17", "110", action);
+        const auto frames = take_frames();
+        EXPECT_EQ(frames.at(0), capture(file));
+        EXPECT_EQ(frames.at(1).substr(8), capture("command-reply.xml"));
+    }
 }
 
 TEST_F(GoldenExchange, OfJobCommandsWithEveryEscapedCharacter) {

@@ -223,9 +223,6 @@ TEST_F(AnswerTest, AFailedCommandMakesTheNextRequestQuoteNothing) {
     service.reset(); // so that nobody takes the command
     click(box, "Retry");
     ASSERT_TRUE(wait_until([] { return logged_by("operator()").size() == 3; }));
-    EXPECT_THAT(logged_by("operator()"),
-                ElementsAre("starting action 102",
-                            "printer job exception: Failed to connect socket.", "finished action"));
     EXPECT_EQ(begin_status_exchange().value(), nullptr);
 }
 

@@ -5,7 +5,7 @@
 // told to the model; then the presented errors, the boxes on the screen and the commands sent must
 // be the same. A history that fails is shrunk and printed.
 //
-// ZOR_MODEL_HISTORIES sets how many histories run (100), ZOR_MODEL_SEED the seed of the first one
+// ZOR_MODEL_HISTORIES sets how many histories run (60), ZOR_MODEL_SEED the seed of the first one
 // (1); each later one has the next seed. ZOR_MODEL_STEPS is the length of each (200).
 
 #include <iostream>
@@ -654,7 +654,7 @@ private:
 
 TEST_F(ModelTest, RandomHistoriesGoAsTheModelSays) {
     const auto first_seed = read_environment("ZOR_MODEL_SEED", 1);
-    const auto count = read_environment("ZOR_MODEL_HISTORIES", 100);
+    const auto count = read_environment("ZOR_MODEL_HISTORIES", 60);
     const auto steps = read_environment("ZOR_MODEL_STEPS", 200);
     for (auto seed = first_seed; seed < first_seed + count; ++seed) {
         std::cout << "ZOR_MODEL_SEED=" << seed << std::endl; // also seen of one that dies or hangs

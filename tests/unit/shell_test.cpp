@@ -107,10 +107,6 @@ TEST(CleanupHelper, AnExceptionOutOfTheFunctionEndsTheProcess) {
                 testing::KilledBySignal(SIGABRT), "from the clean-up");
 }
 
-TEST(BoolHolder, BeginsFalse) {
-    EXPECT_FALSE(bool_holder().value);
-}
-
 TEST(ButtonClickInfo, BeginsAsCancelWithAFlagOfItsOwn) {
     const button_click_info first;
     const button_click_info second;

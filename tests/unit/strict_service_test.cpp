@@ -5,7 +5,7 @@
 // the errors that it has open, whatever happened before: replies that were under way for several
 // steps, bursts of events between two ticks, commands that fail.
 //
-// ZOR_MODEL_HISTORIES sets how many histories of each kind run (40), ZOR_MODEL_SEED the seed of
+// ZOR_MODEL_HISTORIES sets how many histories of each kind run (25), ZOR_MODEL_SEED the seed of
 // the first one (1); each later one has the next seed. ZOR_MODEL_STEPS is the length of each (60).
 
 #include <optional>
@@ -180,7 +180,7 @@ protected:
 
     void run_kind(const Kind& kind) {
         const auto first_seed = read_environment("ZOR_MODEL_SEED", 1);
-        const auto count = read_environment("ZOR_MODEL_HISTORIES", 40);
+        const auto count = read_environment("ZOR_MODEL_HISTORIES", 25);
         const auto steps = read_environment("ZOR_MODEL_STEPS", 60);
         for (auto seed = first_seed; seed < first_seed + count && !HasFailure(); ++seed) {
             run_history(kind, make_history(kind, seed, steps), seed);

@@ -1,4 +1,4 @@
-"""The printer service is down, goes away, is silent or talks nonsense: boxes stay, polling resumes.
+"""The printer service is down, goes away, is silent or slow: boxes stay, polling resumes.
 
 After a failure the program rests for ten seconds, so these tests take their time.
 """

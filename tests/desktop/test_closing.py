@@ -60,19 +60,6 @@ def test_an_error_whose_window_was_destroyed_is_shown_again(desktop):
     assert program.is_running()
 
 
-def test_a_double_click_answers_once(desktop):
-    program = desktop.start_polling_program()
-    for count in range(1, 6):
-        box = show_box(desktop, job=str(count))
-        desktop.person.click(box, "Retry", times=2 + count % 2)
-        desktop.service.wait_for_commands(count)
-        wait_until(lambda gone=box.window.id: gone not in ids(desktop), "the end of the box")
-    desktop.settle()
-    assert desktop.service.commands() == [command_document("A", RETRY, str(count))
-                                          for count in range(1, 6)]
-    assert program.is_running()
-
-
 def test_clicks_that_have_to_wait_for_the_program_answer_once(desktop):
     program = desktop.start_polling_program()
     wanted = []

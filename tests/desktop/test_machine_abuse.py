@@ -1,10 +1,8 @@
 """A machine that has nothing left: the program waits, says why, or ends; it never spins."""
 
 import os
-import resource
 import signal
 import socket
-import sys
 import time
 
 import pytest
@@ -14,7 +12,6 @@ from abuse_support import (CONFIGURATION, FAILED, Visitor, descriptors, kept_des
 from harness.service import RETRY, command_document
 from harness.waiting import wait_until
 
-GIB = 1 << 30
 BOX_FILE = "error-ui-message-box.glade"
 NOT_LOADED = "Failed to load error ui xml"
 FILLER = b"<14>Jan  1 00:00:00 filler: x"
@@ -57,61 +54,6 @@ def test_polling_goes_on_when_there_are_descriptors_again(desktop):
     visitor.expect_box(printer, "a time without descriptors")
     visitor.leave(printer)
     assert looks(desktop) == before
-
-
-def test_an_error_answered_without_descriptors_is_shown_again(desktop):
-    skip_when_sanitized("its checks need descriptors of their own")
-    program = desktop.start_polling_program(environment=preloaded("short_rests"))
-    desktop.service.report("A")
-    box = desktop.person.wait_for_box("A")
-    threads = program.threads()
-    usual = leave_descriptors(desktop, program, 0)
-    desktop.person.click(box, "Retry")
-    desktop.person.wait_until_gone("A")
-    wait_until(lambda: program.threads() <= threads, "the end of the worker")
-    limit(desktop, program, "nofile", usual)
-    again = desktop.person.wait_for_box("A")
-    assert (again.text, again.labels) == (box.text, box.labels)
-    assert desktop.service.commands() == []
-    desktop.person.click(again, "Retry")
-    assert desktop.service.wait_for_commands() == [command_document("A", RETRY)]
-
-
-# ---- Threads ------------------------------------------------------------------------------------
-
-def test_a_press_without_a_thread_to_be_had_is_logged_and_the_error_is_shown_again(
-        desktop, monkeypatch):
-    skip_when_sanitized("it needs addresses of its own for each thread")
-    if resource.getrlimit(resource.RLIMIT_STACK)[1] not in (resource.RLIM_INFINITY, GIB):
-        pytest.skip("the hard limit for the stack is too low to tell stacks from other memory")
-    # Stacks of 1 GiB, so that a limit of the addresses can be met by a new thread and nothing else.
-    wrapper = f"prlimit --stack={GIB}: " + os.environ.get("ZOR_PROGRAM_WRAPPER", "")
-    monkeypatch.setenv("ZOR_PROGRAM_WRAPPER", wrapper)
-    program = desktop.start_polling_program()
-    Visitor(desktop).call("nothing")  # GTK starts threads of its own for the first box
-    used = int(desktop.sandbox.call("read_file", path=f"/proc/{program.pid}/statm").split()[0])
-    usual = limit(desktop, program, "as", used * resource.getpagesize() + GIB // 2)
-    # The C library keeps the stacks of a thread or two that have ended: commands that get no answer
-    # hold them.
-    desktop.service.fault("silent on commands")
-    for number in range(1, 6):
-        printer = f"Printer {number}"
-        desktop.service.report(printer)
-        box = desktop.person.wait_for_box(printer)
-        desktop.person.click(box, "Retry")
-        desktop.log.wait_for("handle_error_dialog_button_click end", number)
-        if desktop.log.messages("failed to start action"):
-            break
-        desktop.service.wait_for_commands(number)
-    assert desktop.log.messages(
-        f"failed to start action {RETRY}: Resource temporarily unavailable")
-    again = wait_until(lambda: [fresh for fresh in desktop.person.boxes(printer)
-                                if fresh.window.id != box.window.id], f"{printer} again")[0]
-    assert len(desktop.service.commands()) == number - 1
-    limit(desktop, program, "as", usual)
-    desktop.service.fault("none")
-    desktop.person.click(again, "Retry")
-    assert desktop.service.wait_for_commands(number)[-1] == command_document(printer, RETRY)
 
 
 # ---- The log ------------------------------------------------------------------------------------
@@ -186,42 +128,6 @@ def test_a_log_that_is_gone_is_done_without(desktop):
 
 
 # ---- The configuration file ---------------------------------------------------------------------
-
-REPLACER = """
-import itertools, os, sys
-path = sys.argv[1]
-texts = ["diagnostics.level = 2\\n", "", "diagnostics.level", "x" * 70000, "\\0\\xff = \\n" * 100]
-for number in itertools.count():
-    text = texts[number % len(texts)]
-    if number % 2:
-        with open(path, "w") as file:
-            file.write(text)
-    else:
-        with open(path + ".new", "w") as file:
-            file.write(text)
-        os.replace(path + ".new", path)
-    if number % 7 == 0:
-        os.remove(path)
-    if number == 100:
-        print("replacing", flush=True)
-"""
-
-
-def test_a_configuration_replaced_while_it_is_read_never_hurts(desktop):
-    program = desktop.start_polling_program()
-    replacer = desktop.sandbox.start(
-        [sys.executable, "-c", REPLACER, f"/etc/{CONFIGURATION}"])
-    wait_until(replacer.stdout, lambda: f"the replacer: {replacer.stderr()}")
-    for printer in ("A", "B", "C", "D", "E"):
-        desktop.service.report(printer)
-        box = desktop.person.wait_for_box(printer)
-        desktop.person.click(box, "Retry")
-    assert len(desktop.service.wait_for_commands(5)) == 5
-    assert replacer.poll() is None and program.is_running()
-    replacer.kill()
-    desktop.configure("diagnostics.level = 2\n")
-    Visitor(desktop).call("the replacements")
-
 
 @pytest.mark.parametrize("kind", ["directory", "loop", "endless", "no newline"])
 def test_a_configuration_that_is_no_text_is_as_good_as_none(desktop, kind):

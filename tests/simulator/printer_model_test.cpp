@@ -128,9 +128,12 @@ TEST(PrinterModel, StartsANewClientAtTheOldestOpenError) {
     model.publish_error(RIBBON);
     model.publish_error(CARD);
     model.clear("Front Desk", "17");
-    const StatusReply reply = model.choose_reply("");
-    EXPECT_EQ(reply.event, 2U);
-    EXPECT_EQ(reply.quoted, Quoted::none);
+    for (const auto& [text, quoted] :
+         {std::pair{"", Quoted::none}, {"<from an earlier run/>", Quoted::unknown}}) {
+        const StatusReply reply = model.choose_reply(text);
+        EXPECT_EQ(reply.event, 2U);
+        EXPECT_EQ(reply.quoted, quoted);
+    }
 }
 
 TEST(PrinterModel, StartsANewClientAtTheNewestEventWhenNoErrorIsOpen) {
@@ -149,25 +152,6 @@ TEST(PrinterModel, LeavesNoWithdrawalOutForAClientThatLostAReply) {
     model.clear("Front Desk", "17");
     model.publish_error(CARD);
     EXPECT_EQ(model.choose_reply("").event, 2U) << "not at once the error that is open";
-}
-
-TEST(PrinterModel, TreatsAnUnknownQuotedTextLikeNone) {
-    PrinterModel model;
-    model.publish_error(RIBBON);
-    model.publish_error(CARD);
-    const StatusReply reply = model.choose_reply("<from an earlier run/>");
-    EXPECT_EQ(reply.event, 1U);
-    EXPECT_EQ(reply.quoted, Quoted::unknown);
-}
-
-TEST(PrinterModel, GivesTheFirstEventToAClientThatQuotesTheIdleDocument) {
-    PrinterModel model;
-    Poller poller(model);
-    poller.poll();
-    model.publish_error(RIBBON);
-    model.clear_all();
-    EXPECT_EQ(poller.poll().event, 1U);
-    EXPECT_EQ(poller.poll().event, 2U);
 }
 
 TEST(PrinterModel, NeitherLosesNorRepeatsEventsWithEqualTexts) {
@@ -254,23 +238,16 @@ TEST_P(PrinterModelCommand, WithdrawsTheError) {
 INSTANTIATE_TEST_SUITE_P(actions, PrinterModelCommand,
                          testing::Values(ACTION_CANCEL, ACTION_RESUME, ACTION_RETRY));
 
-TEST(PrinterModel, IgnoresACommandForAnUnknownJob) {
+TEST(PrinterModel, IgnoresACommandForAnUnknownJobAndAnUnknownAction) {
     PrinterModel model;
     model.publish_error(RIBBON);
-    const JobCommand command{"Front Desk", "18", "110", ACTION_CANCEL};
-    EXPECT_FALSE(model.subject_of(command).job_known);
-    EXPECT_FALSE(execute(model, command).withdrawn);
-    EXPECT_EQ(model.open_error_count(), 1U);
-}
-
-TEST(PrinterModel, IgnoresAnUnknownAction) {
-    PrinterModel model;
-    model.publish_error(RIBBON);
-    const JobCommand command{"Front Desk", "17", "110", 103};
-    EXPECT_TRUE(model.subject_of(command).job_known);
-    EXPECT_FALSE(model.subject_of(command).action_known);
-    EXPECT_FALSE(execute(model, command).withdrawn);
-    EXPECT_EQ(model.open_error_count(), 1U);
+    for (const JobCommand& command :
+         {JobCommand{"Front Desk", "18", "110", ACTION_CANCEL}, {"Front Desk", "17", "110", 103}}) {
+        EXPECT_EQ(model.subject_of(command).job_known, command.job == "17");
+        EXPECT_EQ(model.subject_of(command).action_known, command.job == "18");
+        EXPECT_FALSE(execute(model, command).withdrawn);
+        EXPECT_EQ(model.open_error_count(), 1U);
+    }
 }
 
 TEST(PrinterModel, CarriesALateCommandOutOnTheErrorThatItWasAbout) {

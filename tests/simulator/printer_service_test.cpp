@@ -61,18 +61,6 @@ protected:
     ServiceThread m_service{m_log.observer()};
 };
 
-TEST_F(Service, LeadsAClientThroughAllEvents) {
-    const std::string idle = poll();
-    EXPECT_EQ(idle, idle_document());
-    publish(RIBBON);
-    publish(CARD);
-    const std::string first = poll(idle);
-    EXPECT_EQ(element(first, "PrinterName"), "Front Desk");
-    const std::string second = poll(first);
-    EXPECT_EQ(element(second, "PrinterName"), "Back Office");
-    EXPECT_EQ(poll(second), second);
-}
-
 TEST_F(Service, AnswersAnExchangeBesideSilentConnections) {
     std::vector<std::unique_ptr<WireClient>> silent;
     for (int i = 0; i < 50; ++i) {
@@ -165,26 +153,6 @@ TEST_F(Service, ShowsACommandWithItsExactText) {
     EXPECT_EQ(shown.value("text"), request);
 }
 
-TEST_F(Service, WithdrawsTheErrorOfACancelledJob) {
-    publish(RIBBON);
-    const std::string shown = poll();
-    command(ACTION_CANCEL);
-    EXPECT_NE(poll(shown).find("<RemovePrinterError>"), std::string::npos);
-}
-
-TEST_F(Service, LetsARetriedJobFailAgainAfterItsTime) {
-    publish(RIBBON);
-    m_service.call([](PrinterService& service) {
-        service.plan_failures("Front Desk", "17", 1, std::chrono::milliseconds(20));
-    });
-    command(ACTION_RETRY);
-    const Occurrence again = m_log.wait_for("event published", 3);
-    EXPECT_EQ(again.value("kind"), "show");
-    EXPECT_EQ(again.value("job"), "17");
-    command(ACTION_RETRY);
-    EXPECT_EQ(m_log.wait_for("event published", 4).value("kind"), "remove");
-}
-
 TEST_F(Service, ReportsAndAnswersOddRequests) {
     publish(RIBBON);
     const auto answer = [&](std::string_view request) {
@@ -263,16 +231,12 @@ TEST_F(Service, CutsAReplyAsOftenAsAsked) {
     m_log.wait_for("fault ended");
 }
 
-TEST_F(Service, LiesAboutTheLength) {
-    set_fault("lie 18446744073709551615");
-    EXPECT_EQ(raw_poll(), std::string(8, '\xff') + idle_document());
-}
-
 TEST_F(Service, HoldsTheConnectionOpenAfterALie) {
     set_fault("lie 5000 hold");
     WireClient client(m_service.port());
     client.send(framed(STATUS_REQUEST));
-    client.receive(8 + idle_document().size());
+    EXPECT_EQ(client.receive(PREFIX_SIZE + idle_document().size()),
+              frame_prefix(5000) + idle_document());
     EXPECT_FALSE(client.is_readable_within(std::chrono::milliseconds(100)));
 }
 
@@ -323,22 +287,6 @@ TEST_F(Service, SpoilsOnlyTheRepliesItWasToldTo) {
     set_fault("cut 0 on status");
     EXPECT_EQ(raw_poll(), "");
     EXPECT_EQ(framed_exchange(m_service.port(), "x"), action_result_document("unreadable-request"));
-}
-
-TEST_F(Service, SpoilsRepliesOfBothKindsInDifferentWays) {
-    publish(RIBBON);
-    set_fault("empty times 2 on status");
-    set_fault("reset on commands");
-    EXPECT_EQ(raw_poll(), framed(""));
-    WireClient client(m_service.port());
-    client.send(framed(job_command("Front Desk", "17", "110", ACTION_CANCEL)));
-    EXPECT_TRUE(client.ends_with_reset());
-    EXPECT_EQ(raw_poll(), framed(""));
-    EXPECT_EQ(m_log.wait_for("fault ended").value("fault"), "empty on status times 1");
-    EXPECT_NE(raw_poll(), framed(""));
-    m_service.call([](PrinterService& service) {
-        EXPECT_EQ(service.faults().description(), "reset on commands");
-    });
 }
 
 TEST_F(Service, HoldsARequestUntilThereIsNews) {

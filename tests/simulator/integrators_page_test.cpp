@@ -1,7 +1,6 @@
 // Runs the example of docs/testing-with-the-simulator.md as it stands there.
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <sstream>
 
@@ -34,37 +33,25 @@ std::map<std::string, std::string> files_of_the_page() {
 
 class IntegratorsPage : public testing::Test {
 protected:
-    IntegratorsPage() {
-        std::string name = testing::TempDir() + "integrator-XXXXXX";
-        if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("mkdtemp failed");
-        }
-        m_directory = name;
-    }
-    ~IntegratorsPage() override { std::filesystem::remove_all(m_directory); }
-
-    void write(const std::string& name, const std::string& content) const {
-        std::ofstream(m_directory / name, std::ios::binary) << content;
-    }
     // The exit status of the check, run with the simulator of this build.
     int run_check() const {
         const std::string command =
-            "cd '" + m_directory.string() + "' && PATH='" +
+            "cd '" + m_directory.path().string() + "' && PATH='" +
             std::filesystem::path(SIMULATOR_PROGRAM).parent_path().string() +
             "':$PATH bash check.sh >output 2>&1";
         const int status = std::system(command.c_str());
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
-    std::string output() const { return file_content(m_directory / "output"); }
+    std::string output() const { return file_content(m_directory.path() / "output"); }
 
-    std::filesystem::path m_directory;
+    TemporaryDirectory m_directory;
     std::map<std::string, std::string> m_files = files_of_the_page();
 };
 
 TEST_F(IntegratorsPage, HasACheckThatPassesWithItsClient) {
     for (const char* name : {"retry.scenario", "client.py", "check.sh"}) {
         ASSERT_TRUE(m_files.contains(name)) << name;
-        write(name, m_files[name]);
+        m_directory.file(name, m_files[name]);
     }
     EXPECT_EQ(run_check(), 0) << output();
     EXPECT_NE(output().find("expectation met where=\"retry.scenario:7\""), std::string::npos)
@@ -81,9 +68,9 @@ TEST_F(IntegratorsPage, HasACheckThatFailsWithAClientThatNeverAnswers) {
     }
     ASSERT_NE(client.find("== \"PrinterStatus\""), std::string::npos);
     client.replace(client.find("== \"PrinterStatus\""), 18, "== \"Another\"");
-    write("retry.scenario", scenario);
-    write("client.py", client);
-    write("check.sh", m_files["check.sh"]);
+    m_directory.file("retry.scenario", scenario);
+    m_directory.file("client.py", client);
+    m_directory.file("check.sh", m_files["check.sh"]);
     EXPECT_EQ(run_check(), 1) << output();
     // The line on the page, but for the times.
     const std::string shown = m_files["output of a client that never answers"];
@@ -94,9 +81,9 @@ TEST_F(IntegratorsPage, HasACheckThatFailsWithAClientThatNeverAnswers) {
 }
 
 TEST_F(IntegratorsPage, HasACheckThatFailsWithABadScenario) {
-    write("retry.scenario", "expect nothing\n" + m_files["retry.scenario"]);
-    write("client.py", m_files["client.py"]);
-    write("check.sh", m_files["check.sh"]);
+    m_directory.file("retry.scenario", "expect nothing\n" + m_files["retry.scenario"]);
+    m_directory.file("client.py", m_files["client.py"]);
+    m_directory.file("check.sh", m_files["check.sh"]);
     EXPECT_EQ(run_check(), 1) << output();
     EXPECT_NE(output().find("retry.scenario:1: nothing known to expect"), std::string::npos)
         << output();

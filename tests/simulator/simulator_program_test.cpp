@@ -8,8 +8,6 @@
 #include <cstdlib>
 #include <deque>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include <gio/gunixinputstream.h>
 #include <gtest/gtest.h>
@@ -145,28 +143,6 @@ private:
     Lines m_errors{g_subprocess_get_stderr_pipe(m_process.get())};
 };
 
-// A directory of its own, gone at the end.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory() : m_path(testing::TempDir() + "simulator-XXXXXX") {
-        if (mkdtemp(m_path.data()) == nullptr) {
-            throw std::runtime_error("mkdtemp failed");
-        }
-    }
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-    ~TemporaryDirectory() { std::filesystem::remove_all(m_path); }
-    const std::string& path() const { return m_path; }
-    // Writes a file there and returns its path.
-    std::string file(const std::string& name, std::string_view content) const {
-        std::ofstream(m_path + "/" + name, std::ios::binary) << content;
-        return m_path + "/" + name;
-    }
-
-private:
-    std::string m_path;
-};
-
 TEST(SimulatorProgram, TakesCommandsAndServesThem) {
     Program program({"--port", "0"});
     const std::uint16_t port = program.ready_port();
@@ -290,8 +266,8 @@ TEST(SimulatorProgram, CapturesRequestsAndReplies) {
     const TemporaryDirectory directory;
     Program program({"--port", "0", "--capture", directory.path()});
     framed_exchange(program.ready_port(), STATUS_REQUEST);
-    EXPECT_EQ(file_content(directory.path() + "/000001-request.bin"), framed(STATUS_REQUEST));
-    EXPECT_EQ(file_content(directory.path() + "/000001-reply.bin"), framed(idle_document()));
+    EXPECT_EQ(file_content(directory.path() / "000001-request.bin"), framed(STATUS_REQUEST));
+    EXPECT_EQ(file_content(directory.path() / "000001-reply.bin"), framed(idle_document()));
 }
 
 TEST(SimulatorProgram, TellsItsReadinessOnADescriptor) {

@@ -504,27 +504,14 @@ inline std::string make_command_text(const ZORPrinterError& error, int action_co
 class DataDirectory {
 public:
     DataDirectory() {
-        std::string pattern = std::filesystem::temp_directory_path() / "zor-data-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("cannot make a temporary directory");
-        }
-        m_root = pattern;
-        std::filesystem::copy(ZOR_DATA_DIRECTORY, m_root / "Data",
+        std::filesystem::copy(ZOR_DATA_DIRECTORY, m_root.path() / "Data",
                               std::filesystem::copy_options::recursive);
     }
 
-    ~DataDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_root, ignored);
-    }
-
-    DataDirectory(const DataDirectory&) = delete;
-    DataDirectory& operator=(const DataDirectory&) = delete;
-
-    std::string program_path() const { return m_root / "program"; }
-    std::filesystem::path assets() const { return m_root / "Data/Assets"; }
+    std::string program_path() const { return m_root.path() / "program"; }
+    std::filesystem::path assets() const { return m_root.path() / "Data/Assets"; }
     std::filesystem::path builder_file() const {
-        return m_root / "Data/error-ui-message-box.glade";
+        return m_root.path() / "Data/error-ui-message-box.glade";
     }
 
     void hide_builder_file() const { std::filesystem::rename(builder_file(), hidden_file()); }
@@ -541,9 +528,9 @@ public:
     }
 
 private:
-    std::filesystem::path hidden_file() const { return m_root / "hidden"; }
+    std::filesystem::path hidden_file() const { return m_root.path() / "hidden"; }
 
-    std::filesystem::path m_root;
+    TemporaryDirectory m_root;
 };
 
 inline ZORPrinterError make_error(const std::string& printer, const std::string& job,

@@ -6,11 +6,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -69,6 +71,35 @@ private:
             throw std::runtime_error("cannot write " + path + "; not in the sandbox?");
         }
     }
+};
+
+// A directory of its own, gone at the end.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory() {
+        std::string pattern = std::filesystem::temp_directory_path() / "zor-test-XXXXXX";
+        if (mkdtemp(pattern.data()) == nullptr) {
+            throw std::runtime_error("cannot make a temporary directory");
+        }
+        m_path = pattern;
+    }
+    ~TemporaryDirectory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    const std::filesystem::path& path() const { return m_path; }
+
+    // Writes a file there and returns its path.
+    std::string file(const std::string& name, std::string_view content) const {
+        std::ofstream(m_path / name, std::ios::binary) << content;
+        return m_path / name;
+    }
+
+private:
+    std::filesystem::path m_path;
 };
 
 // The text of the std::runtime_error that a call throws; a failure of the test when it throws none.

@@ -1,7 +1,6 @@
 // The client and the simulated printer service, their exchanges compared byte for byte with the
 // captures that the protocol's description shows.
 
-#include <filesystem>
 #include <iterator>
 #include <mutex>
 #include <utility>

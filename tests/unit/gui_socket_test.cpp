@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <optional>
+#include <utility>
 
 #include <gmock/gmock.h>
 

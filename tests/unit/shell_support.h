@@ -16,7 +16,6 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <list>

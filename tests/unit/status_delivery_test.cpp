@@ -1,5 +1,5 @@
-// What is taken in and what is quoted: single rules, and every order of calls against a plain
-// model.
+// What is taken in and what is quoted: every order of calls against a plain model, and what such
+// an order cannot show.
 
 #include "status_delivery.h"
 
@@ -11,7 +11,6 @@
 
 namespace {
 
-using testing::IsEmpty;
 using testing::SizeIs;
 
 ZORPrinterError make_error(const std::string& job = "17") {
@@ -74,28 +73,6 @@ TEST_F(StatusDeliveryTest, QuotesWhatItTookIn) {
     EXPECT_EQ(ask(), "second");
 }
 
-TEST_F(StatusDeliveryTest, QuotesNothingAfterAFailure) {
-    ask();
-    receive(make_status("first"));
-    ask();
-    delivery.exchange_failed();
-    EXPECT_EQ(ask(), "nothing");
-}
-
-TEST_F(StatusDeliveryTest, DoesNotAskWhileNewsOfAnErrorWaits) {
-    EXPECT_TRUE(delivery.may_ask());
-    ask();
-    receive(make_status("idle"));
-    EXPECT_TRUE(delivery.may_ask()) << "what reports no error may be replaced";
-    ask();
-    receive(make_status("error", {make_error()}));
-    EXPECT_FALSE(delivery.may_ask());
-    EXPECT_EQ(delivery.taken()->raw_status_text, "error");
-    EXPECT_EQ(waiting, nullptr);
-    EXPECT_TRUE(delivery.may_ask());
-    EXPECT_EQ(delivery.taken(), nullptr);
-}
-
 TEST_F(StatusDeliveryTest, PutsAsideTheAnsweredErrorThatWasUnderWay) {
     ask();
     receive(make_status("first", {make_error()}));
@@ -123,20 +100,6 @@ TEST_F(StatusDeliveryTest, TakesInOtherNewsThatWasUnderWay) {
     }
 }
 
-TEST_F(StatusDeliveryTest, AnAnswerBeforeTheRequestPutsNothingAside) {
-    delivery.answered(make_error());
-    ask();
-    EXPECT_TRUE(receive(make_status("news", {make_error()})));
-}
-
-TEST_F(StatusDeliveryTest, AnAnswerDuringAFailedRequestPutsNothingAside) {
-    ask();
-    delivery.answered(make_error());
-    delivery.exchange_failed();
-    ask();
-    EXPECT_TRUE(receive(make_status("news", {make_error()})));
-}
-
 TEST_F(StatusDeliveryTest, AStatusThatNobodyAskedForIsTakenInButNotQuoted) {
     delivery.answered(make_error());
     EXPECT_TRUE(receive(make_status("unasked", {make_error()})));
@@ -155,32 +118,6 @@ TEST_F(StatusDeliveryTest, AnAnswerDropsExactlyTheSameErrorFromWhatWaits) {
     delivery.answered(other_code);
     delivery.answered(make_error("18"));
     EXPECT_EQ(waiting, nullptr);
-}
-
-TEST_F(StatusDeliveryTest, AFailedCommandMakesTheNextRequestQuoteNothing) {
-    ask();
-    receive(make_status("first"));
-    delivery.command_failed();
-    EXPECT_EQ(ask(), "nothing");
-    receive(make_status("second"));
-    EXPECT_EQ(ask(), "second") << "once";
-}
-
-TEST_F(StatusDeliveryTest, AFailedCommandCountsWhenTheReplyUnderWayComesLater) {
-    ask();
-    delivery.command_failed();
-    EXPECT_TRUE(receive(make_status("first")));
-    EXPECT_EQ(ask(), "nothing");
-}
-
-TEST_F(StatusDeliveryTest, AReplyPutAsideAfterAFailedCommandLeavesTheRequestQuotingNothing) {
-    ask();
-    receive(make_status("first"));
-    delivery.command_failed();
-    EXPECT_EQ(ask(), "nothing");
-    delivery.answered(make_error());
-    EXPECT_FALSE(receive(make_status("again", {make_error()})));
-    EXPECT_EQ(ask(), "nothing") << "as the last one did";
 }
 
 // ---- Every order of calls -----------------------------------------------------------------------

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <fstream>
 #include <map>
-#include <new>
 
 #include "printer_io_support.h"
 

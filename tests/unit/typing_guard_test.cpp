@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -29,38 +30,19 @@ constexpr const char ALL_EVENTS[] = {OLD,       COMES, FALLS, FOLLOWS, GOES,
                                      FOCUS_OLD, WENT,  ASKED, PAUSED,  LATE};
 constexpr const char* ARRIVALS = "cdn";
 
+const std::map<char, FocusSource> SOURCES = {
+    {COMES, FocusSource::PERSON}, {FALLS, FocusSource::DESKTOP}, {FOLLOWS, FocusSource::NEXT_BOX}};
+const std::map<char, void (TypingGuard::*)()> CALLS = {
+    {OLD, &TypingGuard::box_is_old},         {GOES, &TypingGuard::focus_went},
+    {FOCUS_OLD, &TypingGuard::focus_is_old}, {WENT, &TypingGuard::window_went},
+    {ASKED, &TypingGuard::was_asked_for},    {PAUSED, &TypingGuard::typing_paused},
+    {LATE, &TypingGuard::key_was_late}};
+
 void tell(TypingGuard& guard, char event) {
-    switch (event) {
-    case OLD:
-        guard.box_is_old();
-        break;
-    case COMES:
-        guard.focus_came(FocusSource::PERSON);
-        break;
-    case FALLS:
-        guard.focus_came(FocusSource::DESKTOP);
-        break;
-    case FOLLOWS:
-        guard.focus_came(FocusSource::NEXT_BOX);
-        break;
-    case GOES:
-        guard.focus_went();
-        break;
-    case FOCUS_OLD:
-        guard.focus_is_old();
-        break;
-    case WENT:
-        guard.window_went();
-        break;
-    case ASKED:
-        guard.was_asked_for();
-        break;
-    case PAUSED:
-        guard.typing_paused();
-        break;
-    default:
-        guard.key_was_late();
-        break;
+    if (SOURCES.count(event) > 0) {
+        guard.focus_came(SOURCES.at(event));
+    } else {
+        (guard.*CALLS.at(event))();
     }
 }
 
@@ -155,50 +137,30 @@ TEST(TypingGuard, FollowsTheRuleInEveryHistoryOfUpToSixEvents) {
     EXPECT_GT(refused, 1000U); // both answers were asked for
 }
 
-TEST(TypingGuard, TakesKeysOfWhoTurnedToAnOldBox) {
-    EXPECT_TRUE(guard_after("oc").keys_count());
-    EXPECT_TRUE(guard_after("ocgc").keys_count());
+TEST(TypingGuard, TakesKeys) {
+    for (const auto* history : {
+             "oc", "ocgc",         // of who turned to an old box
+             "ocfw", "ocaw",       // what goes now does not move the focus
+             "cp", "odp", "cpogc", // after a pause
+             "cplp", "cpal",       // after another one, or a request
+             "ac", "ad", "ca",     // at once where somebody asked for the box
+             "",                   // that come without the focus
+         }) {
+        EXPECT_TRUE(guard_after(history).keys_count()) << history;
+    }
+    EXPECT_FALSE(guard_after("").waits_for_pause());
 }
 
-TEST(TypingGuard, TakesNoKeysWhereTheFocusCameWithTheBox) {
-    EXPECT_FALSE(guard_after("c").keys_count());
-    EXPECT_FALSE(guard_after("co").keys_count()); // the box grows old, and the typing goes on
-}
-
-TEST(TypingGuard, TakesNoKeysWhereTheFocusFellToAnOldBox) {
-    EXPECT_FALSE(guard_after("od").keys_count());
-    EXPECT_FALSE(guard_after("ocgd").keys_count()); // that somebody had turned to before
-    EXPECT_FALSE(guard_after("oagd").keys_count());
-    EXPECT_FALSE(guard_after("odpgd").keys_count());
-}
-
-TEST(TypingGuard, TakesNoKeysWhereItTurnsOutThatTheFocusFell) {
-    EXPECT_FALSE(guard_after("ocw").keys_count());
-    EXPECT_TRUE(guard_after("ocfw").keys_count()); // what goes now does not move it
-    EXPECT_TRUE(guard_after("ocaw").keys_count());
-}
-
-TEST(TypingGuard, TakesKeysAfterAPause) {
-    EXPECT_TRUE(guard_after("cp").keys_count());
-    EXPECT_TRUE(guard_after("odp").keys_count());
-    EXPECT_TRUE(guard_after("cpogc").keys_count());
-}
-
-TEST(TypingGuard, TakesNoKeysThatOnlyCameLate) {
-    EXPECT_FALSE(guard_after("cpl").keys_count());
-    EXPECT_TRUE(guard_after("cplp").keys_count());
-    EXPECT_TRUE(guard_after("cpal").keys_count());
-}
-
-TEST(TypingGuard, TakesNoKeysWhereTheFocusComesBackToABoxThatNobodyTurnedTo) {
-    EXPECT_FALSE(guard_after("cogc").keys_count());
-    EXPECT_FALSE(guard_after("cogpc").keys_count()); // somebody paused elsewhere
-}
-
-TEST(TypingGuard, TakesKeysAtOnceWhereSomebodyAskedForTheBox) {
-    EXPECT_TRUE(guard_after("ac").keys_count());
-    EXPECT_TRUE(guard_after("ad").keys_count());
-    EXPECT_TRUE(guard_after("ca").keys_count());
+TEST(TypingGuard, TakesNoKeys) {
+    for (const auto* history : {
+             "c", "co", // the focus came with the box, which grows old meanwhile
+             "od", "ocgd", "oagd", "odpgd", // the focus fell to a box, also one turned to before
+             "ocw",                         // it turns out that the focus fell
+             "cpl",                         // they only came late
+             "cogc", "cogpc",               // nobody had turned to the box; the pause was elsewhere
+         }) {
+        EXPECT_FALSE(guard_after(history).keys_count()) << history;
+    }
 }
 
 TEST(TypingGuard, WaitsForABlinkWhereTheBoxBeforeWasAnsweredWithTheKeyboard) {
@@ -209,11 +171,6 @@ TEST(TypingGuard, WaitsForABlinkWhereTheBoxBeforeWasAnsweredWithTheKeyboard) {
         EXPECT_FALSE(guard_after(history).keys_count()) << history;
         EXPECT_EQ(guard_after(history).get_pause_milliseconds(), PAUSE_MILLISECONDS) << history;
     }
-}
-
-TEST(TypingGuard, RefusesNoKeysThatComeWithoutTheFocus) {
-    EXPECT_TRUE(guard_after("").keys_count());
-    EXPECT_FALSE(guard_after("").waits_for_pause());
 }
 
 constexpr bool SEES_ALL = true;

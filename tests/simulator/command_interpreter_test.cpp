@@ -120,19 +120,12 @@ TEST_F(Interpreter, ClearsOneErrorOrAll) {
     EXPECT_TRUE(m_complaints.empty());
 }
 
-TEST_F(Interpreter, ComplainsWhenThereIsNothingToClear) {
-    run("clear P 2");
-    EXPECT_EQ(last_complaint(), "stdin:1: job \"2\" of printer \"P\" has no open error");
-}
-
 TEST_F(Interpreter, PublishesRawTextsAsTheyStand) {
     run("raw <a b=\"1\">  </a>");
     EXPECT_EQ(m_service.model().newest_event(), 1U);
     run(R"(raw "x\0y")");
     run("raw \"\"");
     EXPECT_EQ(m_service.model().newest_event(), 3U);
-    run("raw");
-    EXPECT_NE(last_complaint().find("missing TEXT"), std::string::npos);
 }
 
 TEST_F(Interpreter, PublishesAFileEvenAnEmptyOne) {
@@ -141,8 +134,6 @@ TEST_F(Interpreter, PublishesAFileEvenAnEmptyOne) {
     run("raw-file \"" + path + "\"");
     EXPECT_EQ(m_service.model().newest_event(), 1U);
     EXPECT_TRUE(m_complaints.empty());
-    run("raw-file /does/not/exist");
-    EXPECT_NE(last_complaint().find("/does/not/exist"), std::string::npos);
 }
 
 TEST_F(Interpreter, TakesLineEndsWithACarriageReturn) {
@@ -165,19 +156,35 @@ TEST_F(Interpreter, SkipsEmptyLinesAndComments) {
     EXPECT_EQ(m_service.model().newest_event(), 0U);
 }
 
-TEST_F(Interpreter, NamesThePlaceAndTheUsageOfABadLine) {
-    run("error P 1");
-    EXPECT_EQ(
-        last_complaint(),
-        "stdin:1: missing CODE; usage: error PRINTER JOB CODE SEVERITY [service-code=CODE] [TEXT]");
-    run("bogus 1 2");
-    EXPECT_EQ(last_complaint(), "stdin:1: unknown command \"bogus\"; \"help\" shows all");
-    run("clear P 1 2");
-    EXPECT_EQ(last_complaint(), "stdin:1: unexpected \"2\"; usage: clear PRINTER JOB");
-    run("+5x list");
-    EXPECT_EQ(last_complaint(), "stdin:1: bad time \"5x\"");
-    run("+5s");
-    EXPECT_EQ(last_complaint(), "stdin:1: missing command after the time");
+TEST_F(Interpreter, NamesThePlaceAndTheFaultOfABadLine) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"error P 1",
+         "missing CODE; usage: error PRINTER JOB CODE SEVERITY [service-code=CODE] [TEXT]"},
+        {"bogus 1 2", "unknown command \"bogus\"; \"help\" shows all"},
+        {"clear P 1 2", "unexpected \"2\"; usage: clear PRINTER JOB"},
+        {"clear P 2", "job \"2\" of printer \"P\" has no open error"},
+        {"+5x list", "bad time \"5x\""},
+        {"+5s", "missing command after the time"},
+        {"retell perhaps", "neither on nor off: \"perhaps\"; usage: retell on|off"},
+        {"hold on", "bad time \"on\"; usage: hold TIME"},
+        {"carry-out", "missing TIME; usage: carry-out TIME"},
+    };
+    for (const auto& [line, complaint] : cases) {
+        run(line);
+        EXPECT_EQ(last_complaint(), std::string("stdin:1: ") + complaint);
+    }
+    for (const auto& [line, part] : {std::pair{"repeat 3 bogus", "unknown command \"bogus\""},
+                                     {"repeat x list", "bad count \"x\""},
+                                     {"repeat forever list", "\"forever\" needs \"every\""},
+                                     {"retell", "missing on or off"},
+                                     {"raw", "missing TEXT"},
+                                     {"raw-file /does/not/exist", "/does/not/exist"},
+                                     {"fault bogus", "unknown fault \"bogus\"; usage: fault"},
+                                     {"help bogus", "unknown command \"bogus\""},
+                                     {"help error clear", "unexpected \"clear\""}}) {
+        run(line);
+        EXPECT_NE(last_complaint().find(part), std::string::npos) << last_complaint();
+    }
 }
 
 TEST_F(Interpreter, LetsALineWaitForItsTime) {
@@ -300,15 +307,6 @@ TEST_F(Interpreter, RepeatsACommandWithoutEnd) {
         return open_errors().size() >= 20;
     }));
     EXPECT_EQ(open_errors()[19].error.job, "job-20");
-    run("repeat forever list");
-    EXPECT_NE(last_complaint().find("\"forever\" needs \"every\" and a time"), std::string::npos);
-}
-
-TEST_F(Interpreter, FindsABadRepeatedCommandAtOnce) {
-    run("repeat 3 bogus");
-    EXPECT_NE(last_complaint().find("unknown command \"bogus\""), std::string::npos);
-    run("repeat x list");
-    EXPECT_NE(last_complaint().find("bad count \"x\""), std::string::npos);
 }
 
 TEST_F(Interpreter, SetsAndEndsAFault) {
@@ -316,8 +314,6 @@ TEST_F(Interpreter, SetsAndEndsAFault) {
     EXPECT_EQ(m_service.faults().description(), "cut 12 times 3");
     run("fault none");
     EXPECT_EQ(m_service.faults().description(), "none");
-    run("fault bogus");
-    EXPECT_NE(last_complaint().find("unknown fault \"bogus\"; usage: fault"), std::string::npos);
 }
 
 TEST_F(Interpreter, TurnsRetellingOffAndOn) {
@@ -325,10 +321,6 @@ TEST_F(Interpreter, TurnsRetellingOffAndOn) {
     EXPECT_FALSE(m_service.model().is_retelling());
     run("retell on");
     EXPECT_TRUE(m_service.model().is_retelling());
-    run("retell perhaps");
-    EXPECT_EQ(last_complaint(), "stdin:1: neither on nor off: \"perhaps\"; usage: retell on|off");
-    run("retell");
-    EXPECT_NE(last_complaint().find("missing on or off"), std::string::npos);
 }
 
 TEST_F(Interpreter, SetsTheTimeForWhichRequestsAreHeld) {
@@ -336,15 +328,11 @@ TEST_F(Interpreter, SetsTheTimeForWhichRequestsAreHeld) {
     EXPECT_EQ(m_service.hold().count(), 2000);
     run("hold 0");
     EXPECT_EQ(m_service.hold().count(), 0);
-    run("hold on");
-    EXPECT_EQ(last_complaint(), "stdin:1: bad time \"on\"; usage: hold TIME");
 }
 
 TEST_F(Interpreter, SetsTheTimeAfterWhichCommandsAreCarriedOut) {
     run("carry-out 600ms");
     EXPECT_EQ(m_service.carry_out().count(), 600);
-    run("carry-out");
-    EXPECT_EQ(last_complaint(), "stdin:1: missing TIME; usage: carry-out TIME");
 }
 
 TEST_F(Interpreter, ListsOpenErrorsSoThatTheyCanBeTypedAgain) {
@@ -364,10 +352,6 @@ TEST_F(Interpreter, HelpsWithOneCommand) {
     ASSERT_GE(m_answers.size(), 3U);
     EXPECT_EQ(m_answers[0], "  error PRINTER JOB CODE SEVERITY [service-code=CODE] [TEXT]");
     EXPECT_NE(m_answers[2].find("\"Printer error CODE.\" if not given"), std::string::npos);
-    run("help bogus");
-    EXPECT_NE(last_complaint().find("unknown command \"bogus\""), std::string::npos);
-    run("help error clear");
-    EXPECT_NE(last_complaint().find("unexpected \"clear\""), std::string::npos);
 }
 
 TEST_F(Interpreter, HelpsWithEveryFault) {

@@ -32,6 +32,20 @@ def test_an_error_is_shown_once_while_it_is_reported_on_and_on(desktop):
     assert len(desktop.log.messages("present_error_box begin")) == 1
 
 
+def test_another_report_for_the_same_printer_and_job_leaves_the_box_alone(desktop):
+    desktop.start_polling_program()
+    desktop.service.report("A", "1", 110, 3)
+    before = desktop.person.wait_for_box("A")
+    desktop.service.report("A", "1", 105, 4)
+    desktop.service.wait_for("event published", 2)
+    desktop.settle()
+    boxes = desktop.person.boxes("A")
+    assert [box.window.id for box in boxes] == [before.window.id]
+    assert (boxes[0].text, boxes[0].labels) == (before.text, ["Retry", "Cancel"])
+    desktop.person.click(boxes[0], "Retry")  # what is sent is what is shown
+    assert desktop.service.wait_for_commands() == [command_document("A", RETRY, "1", 110)]
+
+
 def test_a_withdrawal_closes_just_its_box_and_sends_nothing(desktop):
     desktop.start_polling_program()
     show_boxes(desktop, 3)
@@ -64,6 +78,18 @@ def test_an_answered_error_is_shown_afresh_when_it_is_reported_again(desktop):
     desktop.person.click(again, "Cancel")
     assert desktop.service.wait_for_commands(2) == [command_document("A", RETRY),
                                                     command_document("A", CANCEL)]
+
+
+def test_an_answered_error_that_is_still_the_news_comes_back(desktop):
+    """A service that takes no notice of the answer goes on reporting the error."""
+    desktop.start_polling_program()
+    desktop.service.publish("<PrinterStatus><PrinterName>A</PrinterName><PrinterJobID>1"
+                            "</PrinterJobID><ErrorCode>110</ErrorCode><ErrorSeverity>3"
+                            "</ErrorSeverity></PrinterStatus>")
+    for count in range(1, 4):
+        desktop.person.click(desktop.person.wait_for_box("A"), "Retry")
+        desktop.service.wait_for_commands(count)
+        desktop.log.wait_for("present_error_box end", count + 1)
 
 
 def test_an_answered_error_does_not_flash_up_again(desktop):

@@ -148,14 +148,6 @@ TEST_P(AttentionDemandAtGnomeTest, IsTakenBackEachTime) {
     }
 }
 
-TEST_P(AttentionDemandAtGnomeTest, LeavesOtherStatesAlone) {
-    gtk_window_set_keep_above(GTK_WINDOW(m_box), TRUE);
-    demand(DEMAND);
-    run_main_loop_until([this] { return was_told(DEMAND); });
-    run_main_loop_until([this] { return m_states.back().find(DEMAND) == std::string::npos; });
-    EXPECT_NE(m_states.back().find("_NET_WM_STATE_ABOVE"), std::string::npos);
-}
-
 INSTANTIATE_TEST_SUITE_P(, AttentionDemandAtGnomeTest, testing::Values("GNOME Shell"));
 
 using AttentionDemandElsewhereTest = AttentionDemandTest;

@@ -18,7 +18,7 @@ EventNumber EventHistory::append(std::string text, bool pinned) {
     const EventNumber number = ++m_newest;
     const auto [use, is_new] = m_texts.try_emplace(std::move(text), TextUse{number, 0});
     ++use->second.events;
-    m_events.emplace_hint(m_events.end(), number, Stored{&use->first, pinned});
+    m_events.emplace_hint(m_events.end(), number, Stored{&*use, pinned});
     if (number > m_limit) {
         const auto oldest = m_events.find(number - m_limit);
         if (oldest != m_events.end() && !oldest->second.pinned) {
@@ -40,9 +40,9 @@ void EventHistory::unpin(EventNumber number) {
 }
 
 void EventHistory::drop(std::map<EventNumber, Stored>::iterator event) {
-    const auto use = m_texts.find(*event->second.text);
-    if (--use->second.events == 0) {
-        m_texts.erase(use);
+    Texts::value_type& text = *event->second.text;
+    if (--text.second.events == 0) {
+        m_texts.erase(text.first);
     }
     m_events.erase(event);
 }
@@ -52,7 +52,7 @@ std::optional<EventHistory::Event> EventHistory::next_after(EventNumber number) 
     if (event == m_events.end()) {
         return std::nullopt;
     }
-    return Event{event->first, *event->second.text};
+    return Event{event->first, event->second.text->first};
 }
 
 std::optional<EventHistory::Event> EventHistory::newest() const {
@@ -64,7 +64,7 @@ std::optional<EventHistory::Event> EventHistory::find(EventNumber number) const 
     if (event == m_events.end()) {
         return std::nullopt;
     }
-    return Event{event->first, *event->second.text};
+    return Event{event->first, event->second.text->first};
 }
 
 void EventHistory::mark_sent(EventNumber number) {
@@ -72,8 +72,9 @@ void EventHistory::mark_sent(EventNumber number) {
     if (event == m_events.end()) {
         return;
     }
-    m_texts.find(*event->second.text)->second.position = number;
-    if (event->second.text->empty()) {
+    Texts::value_type& text = *event->second.text;
+    text.second.position = number;
+    if (text.first.empty()) {
         alias("", number);
     }
 }

@@ -62,8 +62,9 @@ private:
         EventNumber position;
         std::size_t events;
     };
+    using Texts = std::unordered_map<std::string, TextUse>;
     struct Stored {
-        const std::string* text;
+        Texts::value_type* text;
         bool pinned;
     };
     struct Alias {
@@ -78,7 +79,7 @@ private:
     std::size_t m_limit;
     EventNumber m_newest = 0;
     std::map<EventNumber, Stored> m_events;
-    std::unordered_map<std::string, TextUse> m_texts; // nodes own the texts of m_events
+    Texts m_texts; // its nodes stay where they are; m_events points to them
     std::deque<Alias> m_aliases;
 };
 

@@ -22,7 +22,7 @@ WireClient::WireClient(std::uint16_t port) : m_socket(::socket(AF_INET, SOCK_STR
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     timeval limit{};
-    limit.tv_sec = std::chrono::ceil<std::chrono::seconds>(DEADLINE).count();
+    limit.tv_sec = static_cast<time_t>(std::chrono::ceil<std::chrono::seconds>(DEADLINE).count());
     ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     if (::connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
         ::close(m_socket);

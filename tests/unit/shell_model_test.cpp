@@ -82,7 +82,7 @@ public:
 
 private:
     // Of 0 to count - 1.
-    std::size_t choose(std::size_t count) { return m_random() % count; }
+    std::size_t choose(std::size_t count) { return static_cast<std::size_t>(m_random() % count); }
 
     bool happens(unsigned percent) { return choose(100) < percent; }
 
@@ -658,7 +658,7 @@ TEST_F(ModelTest, RandomHistoriesGoAsTheModelSays) {
     const auto steps = read_environment("ZOR_MODEL_STEPS", 200);
     for (auto seed = first_seed; seed < first_seed + count; ++seed) {
         std::cout << "ZOR_MODEL_SEED=" << seed << std::endl; // also seen of one that dies or hangs
-        const auto history = Generator(seed).make_history(steps);
+        const auto history = Generator(seed).make_history(static_cast<std::size_t>(steps));
         if (const auto failure = run(history)) {
             FAIL() << explain(history, *failure);
         }

@@ -153,8 +153,10 @@ std::vector<Step> make_history(const Kind& kind, std::uint64_t seed, std::size_t
     std::vector<Step> history;
     while (history.size() < length) {
         Step step;
-        step.action = history.size() % 15 == 14 ? Action::QUIET
-                                                : kind.actions[random() % kind.actions.size()];
+        step.action = Action::QUIET;
+        if (history.size() % 15 != 14) {
+            step.action = kind.actions[static_cast<std::size_t>(random() % kind.actions.size())];
+        }
         step.job = std::to_string(random() % 3);
         step.code = random() % 2 == 0 ? "110" : "111";
         history.push_back(step);
@@ -183,7 +185,7 @@ protected:
         const auto count = read_environment("ZOR_MODEL_HISTORIES", 25);
         const auto steps = read_environment("ZOR_MODEL_STEPS", 60);
         for (auto seed = first_seed; seed < first_seed + count && !HasFailure(); ++seed) {
-            run_history(kind, make_history(kind, seed, steps), seed);
+            run_history(kind, make_history(kind, seed, static_cast<std::size_t>(steps)), seed);
         }
     }
 

@@ -86,6 +86,9 @@ std::string lengthened(const std::string& text) {
         while (line.size() < length) {
             line.append(filler, 0, length - line.size());
         }
+        // No text ends with a blank, which takes no room at the end of a line for some releases of
+        // Pango, but does for others.
+        line.erase(line.find_last_not_of(' ') + 1);
         longer += (longer.empty() ? "" : "\n") + line;
     }
     return longer;

@@ -51,8 +51,12 @@ in_root() {
         mount --rbind /sys "$root/sys"
         mount --rbind /dev "$root/dev"
         [ ! -e /etc/resolv.conf ] || cp /etc/resolv.conf "$root/etc/resolv.conf"
-        exec chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 \
-            ${CI+CI="$CI"} bash -c "cd /root/tree && exec \"\$@\"" bash "$@"
+        # The root of the mounts, not of a process: no user namespaces are made below the latter.
+        cd "$root"
+        pivot_root . .
+        umount --lazy .
+        cd /root/tree
+        exec env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 ${CI+CI="$CI"} "$@"
     ' bash "$roots/$name" "$@"
 }
 

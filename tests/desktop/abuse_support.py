@@ -110,10 +110,10 @@ class Visitor:
         self._expect_window(printer, after)
         return self.desktop.person.wait_for_box(printer)
 
-    def _expect_window(self, printer, after):
+    def _expect_window(self, printer, after, deadline=20):
         log = self.desktop.log
         seen = f"no box of {printer!r} after {after}"
-        wait_until(lambda: log.messages(PRESENTED + printer, self._since), seen, deadline=20)
+        wait_until(lambda: log.messages(PRESENTED + printer, self._since), seen, deadline)
         lines = [message.text for message in log.messages(since=self._since)]
         first = next(number for number, line in enumerate(lines)
                      if POLLED in line and printer in line)
@@ -126,8 +126,8 @@ class Visitor:
         self.desktop.service.withdraw(printer)
         self.desktop.person.wait_until_gone(printer)
 
-    def call(self, after):
+    def call(self, after, deadline=20):
         """An error comes, is seen, and goes. (A glance: what is in the box takes far longer.)"""
         printer = self.report()
-        self._expect_window(printer, after)
+        self._expect_window(printer, after, deadline)
         self.leave(printer)

@@ -33,6 +33,13 @@ extern "C" int __wrap_open(const char* path, int flags) {
 extern "C" int __wrap___open_2(const char* path, int flags) {
     return __wrap_open(path, flags);
 }
+// The names of both where a length has more bits than an address.
+extern "C" int __wrap_open64(const char* path, int flags) {
+    return __wrap_open(path, flags);
+}
+extern "C" int __wrap___open64_2(const char* path, int flags) {
+    return __wrap_open(path, flags);
+}
 
 void* operator new[](std::size_t size) {
     if (watch_next_buffer && size == watched_buffer.size()) {

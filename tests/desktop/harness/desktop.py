@@ -76,7 +76,7 @@ class Desktop:
         if settings.window_manager:
             self.window_manager = self.sandbox.start(
                 COMMANDS.get(settings.window_manager, [settings.window_manager]))
-            wait_until(self.person.window_manager, "the window manager")
+            wait_until(self.person.window_manager, "the window manager", deadline=30)
 
     def _first_line(self, process):
         """What a process says when it is ready."""

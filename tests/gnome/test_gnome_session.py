@@ -176,12 +176,10 @@ class PersonAtXServer:
     def __init__(self):
         import screen
         self._screen = screen.Screen(os.environ["DISPLAY"])
+        self.end = self._screen.display.close
 
     def type(self, text):
         self._screen.type_text(text, PACE)
-
-    def end(self):
-        pass
 
 
 class Service(Agent):

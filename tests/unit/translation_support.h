@@ -3,7 +3,6 @@
 
 #include <libintl.h>
 
-#include <bit>
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
@@ -23,11 +22,9 @@ public:
     using Texts = std::map<std::string, std::string>; // each with its translation
 
     Translation(const std::string& directory, const std::string& language) {
-        const std::string order = std::endian::native == std::endian::big ? "--big" : "--little";
-        run("localedef --no-archive " + order + "-endian -i en_US -f UTF-8 /tmp/en_US.UTF-8");
         bindtextdomain("messages", directory.c_str());
         bindtextdomain("gtk30", directory.c_str());
-        setenv("LOCPATH", "/tmp", 1);
+        setenv("LOCPATH", ZOR_TEST_LOCALES, 1);
         setenv("LANGUAGE", language.c_str(), 1);
         EXPECT_NE(std::setlocale(LC_ALL, "en_US.UTF-8"), nullptr);
     }

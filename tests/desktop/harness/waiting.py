@@ -4,8 +4,8 @@ import os
 import time
 
 DEADLINE_SCALE = float(os.environ.get("ZOR_DEADLINE_SCALE", "1"))
-# Longer where the program is slow: each look takes processor time away from it.
-POLL_INTERVAL = 0.005 * DEADLINE_SCALE
+# Longer where the program is slow, and the longer the wait: each look takes processor time away.
+POLL_INTERVALS = [0.005 * DEADLINE_SCALE, 0.025 * DEADLINE_SCALE]
 
 
 class DeadlineMissed(AssertionError):
@@ -24,6 +24,7 @@ def wait_until(predicate, what, deadline=10.0):
     seconds, scaled.
     """
     end = time.monotonic() + scaled(deadline)
+    interval, longest = POLL_INTERVALS
     while True:
         result = predicate()
         if result:
@@ -31,4 +32,5 @@ def wait_until(predicate, what, deadline=10.0):
         if time.monotonic() > end:
             seen = what() if callable(what) else what
             raise DeadlineMissed(f"not within {scaled(deadline):g} s: {seen}")
-        time.sleep(POLL_INTERVAL)
+        time.sleep(interval)
+        interval = min(interval * 1.2, longest)

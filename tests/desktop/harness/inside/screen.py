@@ -92,11 +92,10 @@ class Screen:
                 geometry.height + 2 * border]
 
     def _icon_sizes(self, window):
-        numbers, sizes = self._numbers(window, "_NET_WM_ICON"), []
-        while len(numbers) > 2:
-            width, height = numbers[:2]
-            sizes.append([width, height])
-            numbers = numbers[2 + width * height:]
+        sizes, place = [], 0
+        while len(size := self._numbers(window, "_NET_WM_ICON", place, 2)) == 2:
+            sizes.append(size)
+            place += 2 + size[0] * size[1]
         return sizes
 
     def count_everything(self):
@@ -306,8 +305,8 @@ class Screen:
     def _atom(self, name):
         return self.display.intern_atom(name)  # python-xlib keeps them
 
-    def _numbers(self, window, name):
-        value = window.get_full_property(self._atom(name), Xlib.X.AnyPropertyType)
+    def _numbers(self, window, name, first=0, most=1000):
+        value = window.get_property(self._atom(name), Xlib.X.AnyPropertyType, first, most)
         return list(value.value) if value is not None else []
 
     def _atom_names(self, window, name):

@@ -75,16 +75,17 @@ inline std::vector<std::string> history() {
     return entries;
 }
 
-inline std::vector<std::string> log_lines() {
+// Of these, the system calls or the others.
+inline std::vector<std::string> history_of(bool calls) {
     auto entries = history();
-    std::erase_if(entries, [](const auto& entry) { return entry.starts_with("* "); });
+    std::erase_if(entries, [calls](const auto& entry) { return entry.starts_with("* ") != calls; });
     return entries;
 }
-
+inline std::vector<std::string> log_lines() {
+    return history_of(false);
+}
 inline std::vector<std::string> system_calls() {
-    auto entries = history();
-    std::erase_if(entries, [](const auto& entry) { return !entry.starts_with("* "); });
-    return entries;
+    return history_of(true);
 }
 
 // Several lists of history entries as one.

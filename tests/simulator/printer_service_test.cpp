@@ -402,8 +402,12 @@ TEST_F(Service, CarriesACommandOutAfterItsTime) {
 TEST_F(Service, CarriesOutOnlyTheFirstOfTwoCommandsForOneError) {
     publish(RIBBON);
     carry_out(std::chrono::milliseconds(50));
-    command(ACTION_RETRY);
-    command(ACTION_RETRY);
+    WireClient first(m_service.port());
+    WireClient second(m_service.port());
+    m_service.call([&](PrinterService&) { // which takes none before both have come
+        first.send(framed(job_command("Front Desk", "17", "110", ACTION_RETRY)));
+        second.send(framed(job_command("Front Desk", "17", "110", ACTION_RETRY)));
+    });
     EXPECT_EQ(m_log.wait_for("command carried out", 1).value("withdrawn"), "yes");
     EXPECT_EQ(m_log.wait_for("command carried out", 2).value("withdrawn"), "no");
     EXPECT_EQ(m_log.all("request command").size(), 2U);

@@ -5,9 +5,11 @@
 roots=$tree/build/roots
 results=$roots/results # a line for each step: its name, its place, what came out
 
-# archive SUITE: the source line of a release, from the archive that this machine's apt has.
-archive() {
+# source_line SUITE: where apt finds a release: as $archive has it, or else where this machine's apt
+# finds its own.
+source_line() {
     local place
+    [ -z "${archive:-}" ] || { echo "${archive/ SUITE / $1 }"; return; }
     # Archives of security updates have other labels. The fields are for apt.
     # shellcheck disable=SC2016
     place=$(apt-get indextargets --format '$(REPO_URI)' "Created-By: Packages" \
@@ -20,13 +22,14 @@ archive() {
 make_root() {
     local name=$1 suite=$2 log=$roots/$1.root.log line
     shift 2
-    line=$(archive "$suite") || return 1
+    line=$(source_line "$suite") || return 1
     remove_root "$name"
     mkdir -p "$roots"
-    # The way to the archive is this machine's. A root that lasts for an hour need not survive a
-    # power cut.
+    # The way to the archive is this machine's. Not every release counts apt among the required
+    # packages. A root that lasts for an hour need not survive a power cut.
     apt-config dump | grep -E '^Acquire::(Check-|https?::)' >"$roots/$name.apt.conf"
-    mmdebstrap --variant=minbase --aptopt="$roots/$name.apt.conf" --dpkgopt=force-unsafe-io "$@" \
+    mmdebstrap --variant=minbase --include=apt --aptopt="$roots/$name.apt.conf" \
+        --dpkgopt=force-unsafe-io "$@" \
         "$suite" "$roots/$name" "$line" >"$log" 2>&1 || {
         cat "$log"
         return 1

@@ -51,7 +51,7 @@ public:
 
     void reply_sent(const printer_simulator::StatusReply& reply) { m_model.reply_sent(reply); }
 
-    std::size_t count_events() const { return m_model.newest_event(); }
+    printer_simulator::EventNumber count_events() const { return m_model.newest_event(); }
 
     // Job and code of what is open; the code is left out where a box was not to be refreshed.
     std::set<std::string> describe_open() const {
@@ -346,7 +346,7 @@ private:
             end_oldest_command({Action::CARRY_OUT, "", ""});
         }
         int idle_polls = 0;
-        for (std::size_t round = 0; round < 3 * m_history.count_events() + 10; ++round) {
+        for (std::uint64_t round = 0; round < 3 * m_history.count_events() + 10; ++round) {
             poll();
             if (m_status_request) {
                 idle_polls = m_history.choose_reply(m_request_text).event != 0 ? 0 : idle_polls + 1;

@@ -199,10 +199,7 @@ TEST_F(Interpreter, LetsALineWaitForItsTime) {
 TEST_F(Interpreter, DoesNotKeepALineWaitingForALaterOne) {
     run("+20min error P late 110 3");
     run("+1ms error P early 110 3");
-    ASSERT_TRUE(wait_until([this] {
-        g_main_context_iteration(m_raw_context, FALSE);
-        return !open_errors().empty();
-    }));
+    ASSERT_TRUE(turn_until(m_raw_context, [this] { return !open_errors().empty(); }));
     EXPECT_EQ(open_errors()[0].error.job, "early");
 }
 
@@ -249,10 +246,7 @@ TEST_F(Interpreter, LetsTheLinesAfterAnExpectationWaitForIt) {
          "expect no command for 10ms\n"
          "error P 5 110 3\n",
          "file");
-    ASSERT_TRUE(wait_until([this] {
-        g_main_context_iteration(m_raw_context, FALSE);
-        return open_errors().size() == 1;
-    }));
+    ASSERT_TRUE(turn_until(m_raw_context, [this] { return open_errors().size() == 1; }));
     for (int turn = 0; turn < 100; ++turn) {
         g_main_context_iteration(m_raw_context, FALSE);
     }
@@ -301,10 +295,7 @@ TEST_F(Interpreter, RepeatsACommandInIntervals) {
 TEST_F(Interpreter, RepeatsACommandWithoutEnd) {
     run("repeat forever every 1ms error P job-{n} 110 3");
     EXPECT_TRUE(m_timeline.empty()) << "nobody waits for what never ends";
-    EXPECT_TRUE(wait_until([this] {
-        g_main_context_iteration(m_raw_context, FALSE);
-        return open_errors().size() >= 20;
-    }));
+    EXPECT_TRUE(turn_until(m_raw_context, [this] { return open_errors().size() >= 20; }));
     EXPECT_EQ(open_errors()[19].error.job, "job-20");
 }
 

@@ -27,10 +27,7 @@ protected:
     }
     void status() { m_expectations.saw(Occurrence("request status")); }
     bool drained() {
-        return wait_until([this] {
-            g_main_context_iteration(m_context.get(), FALSE);
-            return m_timeline.empty();
-        });
+        return turn_until(m_context.get(), [this] { return m_timeline.empty(); });
     }
     std::string last(std::string_view key) const {
         return m_told.empty() ? "" : m_told.back().value(key);

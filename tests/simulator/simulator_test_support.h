@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -19,6 +20,14 @@ namespace printer_simulator::test {
 
 // No test waits longer than this for something that must come.
 inline const std::chrono::milliseconds DEADLINE = scaled(std::chrono::seconds(10));
+
+// Runs a context's sources until the condition holds; false when DEADLINE passes first.
+inline bool turn_until(GMainContext* context, const std::function<bool()>& condition) {
+    return wait_until([&] {
+        g_main_context_iteration(context, FALSE);
+        return condition();
+    });
+}
 
 // A blocking client connection to 127.0.0.1; receives give up after DEADLINE.
 class WireClient {

@@ -18,12 +18,6 @@ protected:
         };
         m_last = m_timeline.at(m_start + after, action, purpose);
     }
-    bool turn_until(const std::function<bool()>& condition) {
-        return wait_until([&] {
-            g_main_context_iteration(m_context.get(), FALSE);
-            return condition();
-        });
-    }
 
     const GMainContextPtr m_context{g_main_context_new()};
     int m_drained = 0;
@@ -46,7 +40,7 @@ TEST_F(TimelineTest, RunsActionsAtTheirTimeAndInTheirOrder) {
     add(milliseconds(10), "b");
     add(milliseconds(10), "c");
     EXPECT_FALSE(m_timeline.empty());
-    EXPECT_TRUE(turn_until([this] { return m_drained == 1; }));
+    EXPECT_TRUE(turn_until(m_context.get(), [this] { return m_drained == 1; }));
     EXPECT_GE(Timeline::Clock::now() - m_start, milliseconds(30));
     EXPECT_EQ(m_done, "abcd");
     EXPECT_TRUE(m_timeline.empty());
@@ -61,7 +55,7 @@ TEST_F(TimelineTest, ForgetsWhatIsCancelled) {
     add(milliseconds(5), "c");
     m_timeline.cancel(second);
     m_timeline.cancel(second);
-    EXPECT_TRUE(turn_until([this] { return m_drained == 1; }));
+    EXPECT_TRUE(turn_until(m_context.get(), [this] { return m_drained == 1; }));
     EXPECT_EQ(m_done, "c");
     m_timeline.cancel(m_last);
     EXPECT_TRUE(m_timeline.empty());
@@ -80,7 +74,7 @@ TEST_F(TimelineTest, LetsOthersRunBesideWhatIsAlwaysDue) {
         other = true;
         return false;
     });
-    EXPECT_TRUE(turn_until([&other] { return other; }));
+    EXPECT_TRUE(turn_until(m_context.get(), [&other] { return other; }));
     EXPECT_LT(turns, 1000000);
 }
 
@@ -89,7 +83,7 @@ TEST_F(TimelineTest, DoesNotWaitForCompanions) {
     EXPECT_TRUE(m_timeline.empty());
     add(milliseconds(5), "a");
     EXPECT_FALSE(m_timeline.empty());
-    EXPECT_TRUE(turn_until([this] { return m_drained == 1; }));
+    EXPECT_TRUE(turn_until(m_context.get(), [this] { return m_drained == 1; }));
     EXPECT_EQ(m_done, "a");
 }
 

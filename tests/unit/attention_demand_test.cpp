@@ -8,14 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "gtk_support.h"
-
-// Behind GoogleTest, which uses the names of its macros.
 #include <X11/Xatom.h>
-#include <gdk/gdkx.h>
-#undef Bool
-#undef None
-#undef Status
+
+#include "x11_support.h"
 
 namespace {
 
@@ -62,19 +57,8 @@ protected:
 
     // Has the window manager change a state of the box.
     void demand(const char* state) const {
-        auto* const display = gtk_widget_get_display(m_box);
-        XEvent event{};
-        event.xclient.type = ClientMessage;
-        event.xclient.window = gdk_x11_window_get_xid(gtk_widget_get_window(m_box));
-        event.xclient.message_type =
-            gdk_x11_get_xatom_by_name_for_display(display, "_NET_WM_STATE");
-        event.xclient.format = 32;
-        event.xclient.data.l[0] = 1;
-        event.xclient.data.l[1] =
-            static_cast<long>(gdk_x11_get_xatom_by_name_for_display(display, state));
-        auto* const x_display = gdk_x11_display_get_xdisplay(display);
-        XSendEvent(x_display, DefaultRootWindow(x_display), 0,
-                   SubstructureRedirectMask | SubstructureNotifyMask, &event);
+        send_message(m_box, SentTo::WINDOW_MANAGER, "_NET_WM_STATE",
+                     {1, gdk_x11_get_xatom_by_name(state)});
     }
 
     // Whether the box has been told of a state since the last clear, and whether it is there now.

@@ -1,23 +1,17 @@
 // What the guard of the keyboard does with a real window: which keys reach it, and when its times
-// begin and end. Focus and keys are made up, as a desktop would send them; the window is on a real
-// X server with a window manager that gives it no focus by itself.
+// begin and end. Focus and keys are made up, as a desktop would send them, and so is the time; the
+// window is on a real X server with a window manager that gives it no focus by itself.
 
 #include "box_keyboard.h"
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
 
-#include "gtk_support.h"
-
-// Behind GoogleTest, which uses the names of its macros.
-#include <gdk/gdkx.h>
-#undef Bool
-#undef None
-#undef Status
-
 #include "typing_guard.h"
+#include "x11_support.h"
 
 namespace {
 
@@ -26,33 +20,63 @@ struct EventDeleter {
 };
 using Event = std::unique_ptr<GdkEvent, EventDeleter>;
 
-// Runs the main loop for so long.
+// The timers that were ever begun: their numbers, and when they end by a time of their own.
+std::vector<std::pair<guint, gint64>> timers;
+gint64 now = 0; // in milliseconds
+
+// The time passes while the program is held up.
+void stand_still(unsigned milliseconds) {
+    now += milliseconds;
+    for (const auto& [number, end] : timers) {
+        auto* timer = g_main_context_find_source_by_id(nullptr, number);
+        if (timer != nullptr && end <= now) {
+            g_source_set_ready_time(timer, 0);
+        }
+    }
+}
+
 void let_pass(unsigned milliseconds) {
-    const auto end = g_get_monotonic_time() + gint64{milliseconds} * 1000;
-    EXPECT_TRUE(run_main_loop_until([end] { return g_get_monotonic_time() >= end; }));
+    for (unsigned passed = 0; passed < milliseconds; passed += 10) {
+        stand_still(10);
+        run_main_loop_until_idle();
+    }
+}
+
+extern "C" {
+decltype(g_timeout_add_full) __real_g_timeout_add_full, __wrap_g_timeout_add_full;
+guint __wrap_g_timeout_add_full(gint priority, guint interval, GSourceFunc function, gpointer data,
+                                GDestroyNotify notify) {
+    const guint timer = __real_g_timeout_add_full(priority, G_MAXUINT, function, data, notify);
+    timers.emplace_back(timer, now + interval);
+    return timer;
+}
 }
 
 class BoxKeyboardTest : public testing::Test {
 protected:
     void SetUp() override {
-        m_box = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-        gtk_window_set_focus_on_map(GTK_WINDOW(m_box), FALSE);
         m_button = gtk_button_new_with_label("Retry");
         gtk_container_add(GTK_CONTAINER(m_box), m_button);
         g_signal_connect(m_button, "clicked", G_CALLBACK(+[](GtkButton*, gpointer count) {
                              ++*static_cast<int*>(count);
                          }),
                          &m_clicks);
-        guard_box_from_typing(m_box);
     }
 
     void TearDown() override { gtk_widget_destroy(m_box); }
 
-    void show() { EXPECT_TRUE(show_mapped(m_box)); }
+    // Shows a box until it has been seen, which begins a timer, and the window manager lists it.
+    static void show(GtkWidget* box) {
+        const auto before = timers.size();
+        EXPECT_TRUE(show_mapped(box));
+        EXPECT_TRUE(run_main_loop_until([&] { return timers.size() > before && is_listed(box); }));
+    }
+    void show() { show(m_box); }
 
-    // Also longer than the end of a box of the test before this one matters.
+    // Beside other windows, and for longer than the end of the test before this one matters.
     void show_and_grow_old() {
         show();
+        list_windows({1, 2, 3});
         let_pass(PAUSE_MILLISECONDS + BLINK_MILLISECONDS);
     }
 
@@ -98,7 +122,6 @@ protected:
         run_main_loop_until_idle();
     }
 
-    // As when its only window besides the boxes goes, or comes.
     static void list_windows(const std::vector<Window>& windows) {
         set_root_property("_NET_CLIENT_LIST", "WINDOW", windows);
     }
@@ -112,27 +135,29 @@ protected:
         gtk_main_do_event(event.get());
     }
 
+    static GtkWidget* make_box() {
+        auto* box = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+        gtk_window_set_focus_on_map(GTK_WINDOW(box), FALSE);
+        guard_box_from_typing(box);
+        return box;
+    }
     // A second box, that comes and goes.
     static GtkWidget* show_other_box() {
-        auto* other = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-        gtk_window_set_focus_on_map(GTK_WINDOW(other), FALSE);
-        guard_box_from_typing(other);
-        gtk_widget_show(other);
+        auto* other = make_box();
+        show(other);
         return other;
     }
 
-    // As a task bar asks the window manager for a window.
-    void request_activation() {
-        auto* window = gtk_widget_get_window(m_box);
-        auto* display = gdk_x11_display_get_xdisplay(gdk_window_get_display(window));
-        XEvent event{};
-        event.xclient.type = ClientMessage;
-        event.xclient.window = gdk_x11_window_get_xid(window);
-        event.xclient.message_type = gdk_x11_get_xatom_by_name("_NET_ACTIVE_WINDOW");
-        event.xclient.format = 32;
-        XSendEvent(display, DefaultRootWindow(display), 0,
-                   SubstructureNotifyMask | SubstructureRedirectMask, &event);
-        XSync(display, 0);
+    static bool is_listed(GtkWidget* box) {
+        int size = 0;
+        guchar* data = nullptr;
+        gdk_property_get(gdk_get_default_root_window(),
+                         gdk_atom_intern_static_string("_NET_CLIENT_LIST"), GDK_NONE, 0, 1000,
+                         FALSE, nullptr, nullptr, &size, &data);
+        const std::unique_ptr<guchar, Releaser<g_free>> owner(data);
+        const auto* first = reinterpret_cast<const Window*>(data);
+        const auto* end = first + static_cast<std::size_t>(size) / sizeof *first;
+        return std::find(first, end, gdk_x11_window_get_xid(gtk_widget_get_window(box))) != end;
     }
 
     static bool hears_root_window() {
@@ -142,7 +167,7 @@ protected:
         return (attributes.your_event_mask & SubstructureNotifyMask) != 0;
     }
 
-    GtkWidget* m_box = nullptr;
+    GtkWidget* m_box = make_box();
     GtkWidget* m_button = nullptr;
     int m_clicks = 0;
 };
@@ -151,10 +176,14 @@ TEST_F(BoxKeyboardTest, TakesKeysAtOnceWhenSomebodyTurnsToAnOldBox) {
     show_and_grow_old();
     focus(true);
     EXPECT_TRUE(answers());
+    let_pass(BLINK_MILLISECONDS + 100);
+    list_windows({2, 3}); // and not because of the focus
+    EXPECT_TRUE(answers());
 }
 
 TEST_F(BoxKeyboardTest, TakesNoKeysWhenTheFocusCameWithTheBox) {
     show();
+    let_pass(BLINK_MILLISECONDS - 100);
     focus(true);
     EXPECT_FALSE(answers());
     let_pass(BLINK_MILLISECONDS + 200); // and goes on so when the box has grown old
@@ -193,18 +222,15 @@ TEST_F(BoxKeyboardTest, HandlesKeysThatWaitedBeforeItTakesTheTimeForAPause) {
     focus(true);
     // A key that is already there when the program comes back to its work after a long halt.
     bool has_answered = true;
-    g_idle_add_full(
-        G_PRIORITY_DEFAULT,
-        [](gpointer raw) -> gboolean {
-            (*static_cast<std::function<void()>*>(raw))();
-            return G_SOURCE_REMOVE;
-        },
-        new std::function<void()>([this, &has_answered] { has_answered = answers(); }),
-        [](gpointer raw) {
-            const std::unique_ptr<std::function<void()>> owner(
-                static_cast<std::function<void()>*>(raw));
-        });
-    g_usleep((PAUSE_MILLISECONDS + 100) * 1000UL);
+    std::function<void()> press = [&] {
+        has_answered = answers();
+    };
+    const auto handle = [](gpointer raw) -> gboolean {
+        (*static_cast<std::function<void()>*>(raw))();
+        return G_SOURCE_REMOVE;
+    };
+    g_idle_add_full(G_PRIORITY_DEFAULT, handle, &press, nullptr);
+    stand_still(PAUSE_MILLISECONDS + 100);
     run_main_loop_until_idle();
     EXPECT_FALSE(has_answered);
 }
@@ -223,11 +249,9 @@ TEST_F(BoxKeyboardTest, TakesKeysAtOnceWhenTheWindowManagerWasAskedForTheBox) {
     show();
     focus(true);
     EXPECT_FALSE(answers());
-    const auto begin = g_get_monotonic_time();
-    request_activation();
+    send_message(m_box, SentTo::WINDOW_MANAGER, "_NET_ACTIVE_WINDOW"); // as a task bar does
     run_main_loop_until_idle();
     EXPECT_TRUE(answers());
-    EXPECT_LT(g_get_monotonic_time() - begin, gint64{PAUSE_MILLISECONDS} * 1000 / 2);
 }
 
 TEST_F(BoxKeyboardTest, TakesKeysAfterAPressOfTheMouseInIt) {
@@ -250,17 +274,18 @@ TEST_F(BoxKeyboardTest, TakesNoKeysWhenTheFocusFallsToAnOldBoxAsAnotherBoxGoes) 
 
 TEST_F(BoxKeyboardTest, TakesNoKeysWhenTheFocusFallsToAnOldBoxAsAWindowGoes) {
     show_and_grow_old();
-    list_windows({1, 2});
-    list_windows({2});
+    list_windows({2, 3});
+    let_pass(PAUSE_MILLISECONDS - 100);
+    list_windows({3});
+    let_pass(PAUSE_MILLISECONDS - 100);
     focus(true);
     EXPECT_FALSE(answers());
 }
 
 TEST_F(BoxKeyboardTest, TakesNoKeysWhenItHearsOnlyAfterTheFocusThatAWindowHasGone) {
     show_and_grow_old();
-    list_windows({1, 2});
     focus(true);
-    list_windows({2});
+    list_windows({2, 3});
     EXPECT_FALSE(answers());
     let_pass(PAUSE_MILLISECONDS + 100);
     EXPECT_TRUE(answers());
@@ -268,9 +293,7 @@ TEST_F(BoxKeyboardTest, TakesNoKeysWhenItHearsOnlyAfterTheFocusThatAWindowHasGon
 
 TEST_F(BoxKeyboardTest, TakesKeysAtOnceWhenWindowsCameAndChangedTheirOrder) {
     show_and_grow_old();
-    list_windows({1, 2});
-    let_pass(PAUSE_MILLISECONDS + 100);
-    list_windows({3, 2, 1});
+    list_windows({4, 3, 2, 1});
     focus(true);
     EXPECT_TRUE(answers());
 }
@@ -317,9 +340,11 @@ TEST_F(BoxKeyboardTest, ListensToTheRootWindowWhileThereIsABox) {
 }
 
 TEST_F(BoxKeyboardTest, EndsWithItsBox) {
-    auto* other = show_other_box();
+    gtk_widget_destroy(show_other_box());
+    auto* other = make_box();
+    gtk_widget_show(other);
     EXPECT_TRUE(run_main_loop_until([] { return hears_root_window(); }));
-    gtk_widget_destroy(other);
+    gtk_widget_destroy(other); // before it was seen
     EXPECT_FALSE(hears_root_window());
     list_windows({1});
     list_windows({});

@@ -30,20 +30,8 @@ std::string exchange_and_take_text() {
 
 namespace {
 
-// All bytes that the client sends for a command until it closes, or waits for the reply.
 std::string bytes_sent_for(const std::string& command) {
-    std::string bytes;
-    FakePeer peer([&](FakePeer& self) {
-        auto connection = self.accept();
-        bytes = connection.receive_frame();
-        EXPECT_TRUE(connection.is_silent());
-        connection.send(frame("reply"));
-        bytes += connection.receive_rest();
-        EXPECT_FALSE(self.has_connection());
-    });
-    EXPECT_EQ(execute_printer_op(command), "reply");
-    peer.finish();
-    return bytes;
+    return bytes_sent_in([&] { EXPECT_EQ(execute_printer_op(command), "reply"); }, "reply");
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // whole exchanges, and exchanges with a peer.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -130,21 +131,28 @@ inline ZORPrinterStatus make_status(const std::string& raw_status_text) {
     return status;
 }
 
+// All bytes that the client sends in a call until it closes, or waits for the reply.
+inline std::string bytes_sent_in(const std::function<void()>& call, const std::string& reply) {
+    std::string bytes;
+    FakePeer peer([&](FakePeer& self) {
+        auto connection = self.accept();
+        bytes = connection.receive_frame();
+        EXPECT_TRUE(connection.is_silent());
+        connection.send(frame(reply));
+        bytes += connection.receive_rest();
+        EXPECT_FALSE(self.has_connection());
+    });
+    call();
+    peer.finish();
+    return bytes;
+}
+
 // The request of a job command, with its prefix.
 inline std::string bytes_of_command(const std::string& printer_name,
                                     const std::string& printer_job_id,
                                     const std::string& error_code, int command,
                                     const std::string& reply = "") {
-    std::string request;
-    FakePeer peer([&](FakePeer& self) {
-        auto connection = self.accept();
-        request = connection.receive_frame();
-        EXPECT_TRUE(connection.is_silent());
-        connection.send(frame(reply));
-        EXPECT_EQ(connection.receive_rest(), "");
-        EXPECT_FALSE(self.has_connection());
-    });
-    execute_printer_job_command(printer_name, printer_job_id, error_code, command);
-    peer.finish();
-    return request;
+    return bytes_sent_in(
+        [&] { execute_printer_job_command(printer_name, printer_job_id, error_code, command); },
+        reply);
 }

@@ -32,17 +32,9 @@
 
 #include <gmock/gmock.h>
 
-#include "gtk_support.h"
-
-// Behind GoogleTest, which uses the names of its macros.
-#include <gdk/gdkx.h>
-#undef Bool
-#undef None
-#undef Status
-#undef Success
-
 #include "fake_peer.h"
 #include "syslog_capture.h"
+#include "x11_support.h"
 
 // The program's entry becomes a function that a test calls.
 #define main zor_main
@@ -317,19 +309,9 @@ inline std::string shown_text(GtkWidget* box) {
 
 // Asks the box to go, the way a window manager does. The main loop has the request when it runs.
 inline void send_delete_request(GtkWidget* box) {
-    auto* window = gtk_widget_get_window(box);
-    auto* display = gdk_window_get_display(window);
-    XEvent event{};
-    event.xclient.type = ClientMessage;
-    event.xclient.window = gdk_x11_window_get_xid(window);
-    event.xclient.message_type = gdk_x11_get_xatom_by_name_for_display(display, "WM_PROTOCOLS");
-    event.xclient.format = 32;
-    event.xclient.data.l[0] =
-        static_cast<long>(gdk_x11_get_xatom_by_name_for_display(display, "WM_DELETE_WINDOW"));
-    event.xclient.data.l[1] = static_cast<long>(gdk_x11_get_server_time(window));
-    auto* x_display = gdk_x11_display_get_xdisplay(display);
-    XSendEvent(x_display, event.xclient.window, 0, NoEventMask, &event);
-    XSync(x_display, 0);
+    send_message(box, SentTo::WINDOW, "WM_PROTOCOLS",
+                 {gdk_x11_get_xatom_by_name("WM_DELETE_WINDOW"),
+                  gdk_x11_get_server_time(gtk_widget_get_window(box))});
 }
 
 // ---- The printer service ------------------------------------------------------------------------
@@ -535,13 +517,7 @@ private:
 inline ZORPrinterError make_error(const std::string& printer, const std::string& job,
                                   const std::string& severity = "3",
                                   GUIActionCode action = SHOW_ERROR) {
-    ZORPrinterError error;
-    error.gui_action_code = action;
-    error.printer_name = printer;
-    error.printer_job_id = job;
-    error.error_code = "114";
-    error.error_severity = severity;
-    return error;
+    return {action, printer, job, "114", "", severity, ""};
 }
 
 inline ZORPrinterError make_removal(const std::string& printer, const std::string& job) {

@@ -62,12 +62,8 @@ TEST_F(PrinterIoTest, HandsEachStatusOver) {
 }
 
 TEST_F(PrinterIoTest, AnswersFromBeforeTheRequestTakeNothingOut) {
-    ZORPrinterError answered;
-    answered.gui_action_code = SHOW_ERROR;
-    answered.printer_name = "P";
-    answered.printer_job_id = "7";
     global_gui_state.status_delivery.asked();
-    global_gui_state.status_delivery.answered(answered);
+    global_gui_state.status_delivery.answered(make_error("P", "7"));
     start_service();
     service->add_reply("<PrinterStatus><PrinterName>P</PrinterName>"
                        "<PrinterJobID>7</PrinterJobID></PrinterStatus>");

@@ -14,15 +14,7 @@ namespace {
 using testing::SizeIs;
 
 ZORPrinterError make_error(const std::string& job = "17") {
-    ZORPrinterError error;
-    error.gui_action_code = SHOW_ERROR;
-    error.printer_name = "Front Desk";
-    error.printer_job_id = job;
-    error.error_code = "110";
-    error.error_string = "Print ribbon out or missing.";
-    error.error_severity = "3";
-    error.service_code = "0";
-    return error;
+    return {SHOW_ERROR, "Front Desk", job, "110", "Print ribbon out or missing.", "3", "0"};
 }
 
 ZORPrinterStatus make_status(const std::string& raw_text,

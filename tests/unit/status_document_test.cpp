@@ -72,15 +72,7 @@ const std::string FULL_DOCUMENT = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
                                   "</PrinterStatus>";
 
 ZORPrinterError make_full_error() {
-    ZORPrinterError error;
-    error.gui_action_code = SHOW_ERROR;
-    error.printer_name = "Front desk";
-    error.printer_job_id = "17";
-    error.error_code = "0042";
-    error.error_string = "Ribbon out";
-    error.error_severity = "3";
-    error.service_code = "S-9";
-    return error;
+    return {SHOW_ERROR, "Front desk", "17", "0042", "Ribbon out", "3", "S-9"};
 }
 
 } // namespace

@@ -78,7 +78,7 @@ def fixture_root(packages):
     # The way to the archive is this machine's.
     ways = re.findall("^Acquire::(?:Check-|https?::).*$", run("apt-config", "dump"), re.M)
     run("mmdebstrap", "--variant=minbase", *(f"--aptopt={way}" for way in ways),
-        "--include=" + ",".join(sorted(dependencies(packages))),
+        "--include=" + ",".join(sorted(dependencies(packages) | {"apt"})),
         release, ROOT, "-", input="\n".join(sorted(set(sources.splitlines()))) + "\n")
     return ROOT
 

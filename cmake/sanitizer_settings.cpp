@@ -40,11 +40,13 @@ const char* __tsan_default_options() {
 // program in its callbacks.
 const char* __tsan_default_suppressions() {
     return
-        // Memory that they hand from thread to thread looks unguarded.
+        // Memory that they hand from thread to thread looks unguarded, so that of Pango's thread
+        // that reads fonts.
         "called_from_lib:libglib-2.0.so.0\n"
         "called_from_lib:libgobject-2.0.so.0\n"
         "called_from_lib:libgio-2.0.so.0\n"
         "called_from_lib:libfontconfig.so.1\n"
+        "called_from_lib:libpangoft2-1.0.so.0\n"
         // So of a recursive mutex of GLib only one of lock and unlock is seen when the other is
         // called on the way back into GTK, GDK or the accessibility bridge.
         "mutex:libgtk-3.so.0\n"

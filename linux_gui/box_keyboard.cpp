@@ -454,6 +454,9 @@ void BoxKeyboard::handle_unrealize(GtkWidget* /*box*/, gpointer raw) {
 } // namespace
 
 void guard_box_from_typing(GtkWidget* box) {
+    if (box == nullptr) {
+        return;
+    }
     auto keyboard = std::make_unique<BoxKeyboard>(box);
     keyboard->watch();
     g_object_set_data_full(G_OBJECT(box), KEYBOARD_KEY, keyboard.release(), [](gpointer raw) {

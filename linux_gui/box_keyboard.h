@@ -5,7 +5,7 @@
 
 // Watches a box until it is destroyed, so that keys reach it only when they are meant for it (see
 // typing_guard.h). To be called once, before the box is shown, on the GTK main thread. Answers of
-// assistive tools are no keys and always count.
+// assistive tools are no keys and always count. Does nothing without a box.
 void guard_box_from_typing(GtkWidget* box);
 
 // Tells the other boxes that this one is being answered, and whether with a press of the mouse:

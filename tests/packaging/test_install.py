@@ -131,13 +131,16 @@ def test_user_unit_is_valid(prefix):
     assert said == ""
 
 
-def test_autostart_entry_is_valid(prefix):
-    entry = prefix / "etc/xdg/autostart" / f"{NAME}.desktop"
+def read_valid_entry(entry):
     assert run("desktop-file-validate", entry) == ""
     parsed = configparser.ConfigParser(interpolation=None)
     parsed.optionxform = str
     parsed.read(entry)
-    keys = parsed["Desktop Entry"]
+    return parsed["Desktop Entry"]
+
+
+def test_autostart_entry_is_valid(prefix):
+    keys = read_valid_entry(prefix / "etc/xdg/autostart" / f"{NAME}.desktop")
     assert os.access(keys["TryExec"], os.X_OK)
     assert keys["Exec"] == f'"{keys["TryExec"]}" --no-fork'
     # Where systemd starts the session's programs, the unit does it.
@@ -145,14 +148,9 @@ def test_autostart_entry_is_valid(prefix):
 
 
 def test_windows_find_their_name_and_icon(prefix):
-    entry = prefix / "share/applications" / f"{NAME}.desktop"
-    assert run("desktop-file-validate", entry) == ""
-    parsed = configparser.ConfigParser(interpolation=None)
-    parsed.optionxform = str
-    parsed.read(entry)
-    keys = parsed["Desktop Entry"]
+    keys = read_valid_entry(prefix / "share/applications" / f"{NAME}.desktop")
     # As GTK calls the window's program on Wayland, and in the first part of its class on X11.
-    assert keys["StartupWMClass"] == entry.stem == NAME
+    assert keys["StartupWMClass"] == NAME
     assert keys["Name"] == "Card Printer Errors"
     assert (prefix / "share/icons/hicolor/scalable/apps" / f"{keys['Icon']}.svg").exists()
     assert keys["NoDisplay"] == "true" and os.access(keys["TryExec"], os.X_OK)

@@ -38,6 +38,9 @@ struct Lookups {
     }
     throw std::bad_alloc();
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return std::malloc(std::max(size, std::size_t{1}));
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }

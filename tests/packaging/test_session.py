@@ -50,6 +50,8 @@ class UserManager:
         units.mkdir(parents=True, exist_ok=True)
         # As the sessions of small window managers do it.
         (units / self.SESSION).write_text("[Unit]\nBindsTo=graphical-session.target\n")
+        # Debian's own starts a second session bus, and gives it to units at a moment of its own.
+        run("ln", "-sf", "/dev/null", units / "dbus.socket")
         environment = dict(os.environ, SYSTEMD_UNIT_PATH=f"{units}:{prefix}/lib/systemd/user:")
         self.process = subprocess.Popen(["/lib/systemd/systemd", "--user"], env=environment)
         private_socket = pathlib.Path(os.environ["XDG_RUNTIME_DIR"]) / "systemd/private"

@@ -16,7 +16,9 @@ from .pictures import BLACK
 from .sandbox import INSIDE
 from .waiting import wait_until
 
-NOT_AS_ROOT = ("unshare", "--map-user=1000", "--map-group=1000")  # some refuse to run as root
+# Some refuse to run as root. Xwayland lets only those in who have the name of its user: every system
+# has this one.
+NOT_AS_ROOT = ("unshare", "--map-user=65534", "--map-group=65534")
 SWAY = "output * mode --custom 1920x1080\nxwayland enable\n"
 STANDSTILL = 0.8  # seconds; who is kept from typing for longer has paused
 # GTK's own complaint of a window whose title bar it draws itself, when the screen reader looks.

@@ -29,6 +29,3 @@ class Editor:
 
     def wait_for_text(self, text):
         wait_until(lambda: self.text() == text, lambda: f"{text!r}, not {self.text()!r}")
-
-    def wait_for_event(self, event):
-        wait_until(lambda: [event, None] in self.events(), f"{event!r} in the editor")

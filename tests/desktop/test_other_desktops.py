@@ -289,8 +289,7 @@ def test_a_box_on_a_scaled_screen_is_whole_and_answered_with_the_mouse(start_des
     # It takes the size of its screen in units that it makes so many times bigger.
     screen = Rectangle(0, 0, int(scale * SCREEN.width), int(scale * SCREEN.height))
     desktop = start_desktop(compositor="kwin", native=native, window_manager=None,
-                            screen=f"{screen.width}x{screen.height}",
-                            compositor_options=("--scale", str(scale)))
+                            screen=f"{screen.width}x{screen.height}", scale=scale)
     desktop.start_polling_program()
     desktop.service.report("Front desk", code=LONGEST)
     wait_until(desktop.boxes, "the box")

@@ -20,6 +20,11 @@ from .waiting import wait_until
 # has this one.
 NOT_AS_ROOT = ("unshare", "--map-user=65534", "--map-group=65534")
 SWAY = "output * mode --custom 1920x1080\nxwayland enable\n"
+# KWin takes the scale as an option until release 5, from files since. It then leaves it to the
+# programs of the X server to make themselves bigger, if it is not told otherwise.
+KWIN_OUTPUTS = """[{"name": "outputs", "data": [{"connectorName": "X11-0", "scale": SCALE}]},
+{"name": "setups", "data": [{"lidClosed": false, "outputs":
+[{"enabled": true, "outputIndex": 0, "position": {"x": 0, "y": 0}, "priority": 0}]}]}]"""
 STANDSTILL = 0.8  # seconds; who is kept from typing for longer has paused
 # GTK's own complaint of a window whose title bar it draws itself, when the screen reader looks.
 GTK_ON_WAYLAND = "gdk_window_get_origin: assertion 'GDK_IS_WINDOW|^$"
@@ -30,7 +35,7 @@ class Compositor:
     """How one is started inside the X server of the test."""
     command: tuple
     environment: dict = dataclasses.field(default_factory=dict)
-    files: dict = dataclasses.field(default_factory=dict)  # in the home directory
+    files: dict = dataclasses.field(default_factory=dict)  # of its configuration
     x_server: bool = True  # whether it runs one beside itself
     # Whether its pointer goes as far as the mouse does, from where it saw the mouse come in. What
     # came in while it started it has not seen.
@@ -39,9 +44,11 @@ class Compositor:
 
 COMPOSITORS = {
     "kwin": Compositor(("kwin_wayland", "--x11-display", "{display}", "--width", "1920",
-                        "--height", "1080", "--xwayland", "--no-lockscreen"),
-                       {"KWIN_COMPOSE": "Q"}),
-    "sway": Compositor((*NOT_AS_ROOT, "sway", "--config", "{home}/sway"),
+                        "--height", "1080", "--xwayland", "--no-lockscreen", "--scale", "{scale}"),
+                       {"KWIN_COMPOSE": "Q"},
+                       {"kwinoutputconfig.json": KWIN_OUTPUTS,
+                        "kdeglobals": "[KScreen]\nXwaylandClientsScale=false\n"}),
+    "sway": Compositor((*NOT_AS_ROOT, "sway", "--config", "{configuration}/sway"),
                        {"WLR_BACKENDS": "x11", "WLR_RENDERER": "pixman"}, {"sway": SWAY}),
     "weston": Compositor(("weston", "--backend=x11-backend.so", "--use-pixman", "--xwayland",
                           "--width=1920", "--height=1080", "--idle-time=0", "--no-config"),
@@ -66,10 +73,13 @@ class WaylandDesktop(Desktop):
 
     def start_compositor(self):
         compositor = COMPOSITORS[self.settings.compositor]
+        scale = str(self.settings.scale)
+        configuration = self.sandbox.home / ".config"
+        configuration.mkdir(exist_ok=True)
         for name, text in compositor.files.items():
-            (self.sandbox.home / name).write_text(text)
-        command = [word.format(display=self.display, home=self.sandbox.home)
-                   for word in (*compositor.command, *self.settings.compositor_options)]
+            (configuration / name).write_text(text.replace("SCALE", scale))
+        command = [word.format(display=self.display, configuration=configuration, scale=scale)
+                   for word in compositor.command]
         self._start(command, compositor.environment, compositor.x_server)
         # Without a window manager the keys go to the window under the pointer.
         self.person.move_pointer(700, 40)

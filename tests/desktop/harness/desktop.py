@@ -31,7 +31,7 @@ class Settings:
     service: bool = True          # whether the printer service runs from the start
     replaced: dict | None = None  # see Sandbox
     compositor: str | None = None  # a Wayland compositor; see compositor.py
-    compositor_options: tuple = ()
+    scale: float = 1              # kwin's
     monitors: tuple = ("800x600",)  # of mutter, which has no screen; small ones are soon drawn
     native: bool = False          # whether programs keep off the X server beside it
 

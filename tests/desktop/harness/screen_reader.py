@@ -40,7 +40,6 @@ class ScreenReader:
     def wait_for(self, *texts, since=0, deadline=20.0):
         """Waits until it has said these, in this order; returns all that it has said."""
         def all_said():
-            rest = iter(self.said(since))
-            return all(any(text in said for said in rest) for text in texts)
+            return re.search(".*".join(map(re.escape, texts)), " ".join(self.said(since)), re.DOTALL)
         wait_until(all_said, lambda: f"{texts}; said: {self.said(since)}", deadline)
         return self.said(since)

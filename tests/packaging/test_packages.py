@@ -146,7 +146,9 @@ def test_lintian_has_nothing_to_say(packages):
     changes = next(packages.glob("*.changes"))
     said = run("lintian", "--allow-root", "--display-info", "--pedantic", "--tag-display-limit=0",
                changes)
-    assert said == ""
+    # There is no home page; each release has a standard of its own.
+    explained = "^N:|: appstream-metadata-validation-failed |: out-of-date-standards-version "
+    assert [line for line in said.splitlines() if not re.search(explained, line)] == []
 
 
 def test_packages_are_the_same_when_built_again(packages):
@@ -181,7 +183,8 @@ def test_packages_hold_the_installed_files(packages):
 def fixture_rpms():
     output = WORK / "rpm"
     run(TREE / "scripts/build-rpm", "--output", output)
-    files = sorted(path for path in output.glob("*.rpm") if not path.name.endswith(".src.rpm"))
+    files = sorted(path for path in output.glob("*.rpm")
+                   if not path.name.endswith(".src.rpm") and "-debuginfo-" not in path.name)
     assert len(files) == len(PACKAGES)
     return files
 

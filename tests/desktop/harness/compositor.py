@@ -16,12 +16,10 @@ from .pictures import BLACK
 from .sandbox import INSIDE
 from .waiting import wait_until
 
-# Some refuse to run as root. Xwayland lets only those in who have the name of its user: every system
-# has this one.
+# Some refuse to run as root, and Xwayland lets only those in who have the name of its user: nobody's.
 NOT_AS_ROOT = ("unshare", "--map-user=65534", "--map-group=65534")
 SWAY = "output * mode --custom 1920x1080\nxwayland enable\n"
-# KWin takes the scale as an option until release 5, from files since. It then leaves it to the
-# programs of the X server to make themselves bigger, if it is not told otherwise.
+# KWin 5 has an option for the scale; KWin 6 these, and the second keeps X programs from scaling.
 KWIN_OUTPUTS = """[{"name": "outputs", "data": [{"connectorName": "X11-0", "scale": SCALE}]},
 {"name": "setups", "data": [{"lidClosed": false, "outputs":
 [{"enabled": true, "outputIndex": 0, "position": {"x": 0, "y": 0}, "priority": 0}]}]}]"""

@@ -365,9 +365,10 @@ def test_a_box_of_two_monitors_is_whole_on_one(start_desktop, native):
     desktop.start_polling_program(environment={"GDK_DPI_SCALE": "2"})
     desktop.service.report("Front desk", code=LONGEST)
 
-    def box_at_rest():
-        boxes = desktop.boxes()
-        return boxes if boxes and boxes[0].extents.width > 1 else None
+    def box_at_rest():  # mutter tells later that its frame is wider than what is seen of it
+        before = desktop.boxes()
+        desktop.settle(2)
+        return before if before == desktop.boxes() else None
 
     (box,) = wait_until(box_at_rest, "the box in its place")
     shadow = 2 * 26 if native else 0  # which GTK draws there, left and right

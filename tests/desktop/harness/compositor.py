@@ -43,8 +43,7 @@ class Compositor:
 COMPOSITORS = {
     "kwin": Compositor(("kwin_wayland", "--x11-display", "{display}", "--width", "1920",
                         "--height", "1080", "--xwayland", "--no-lockscreen", "--scale", "{scale}"),
-                       {"KWIN_COMPOSE": "Q"},
-                       {"kwinoutputconfig.json": KWIN_OUTPUTS,
+                       {"KWIN_COMPOSE": "Q"}, {"kwinoutputconfig.json": KWIN_OUTPUTS,
                         "kdeglobals": "[KScreen]\nXwaylandClientsScale=false\n"}),
     "sway": Compositor((*NOT_AS_ROOT, "sway", "--config", "{configuration}/sway"),
                        {"WLR_BACKENDS": "x11", "WLR_RENDERER": "pixman"}, {"sway": SWAY}),

@@ -16,10 +16,10 @@ from .pictures import BLACK
 from .sandbox import INSIDE
 from .waiting import wait_until
 
-# Some refuse to run as root, and Xwayland lets only those in who have the name of its user: nobody's.
+# Some refuse to run as root. Xwayland lets people in by the name of its user, so that has one.
 NOT_AS_ROOT = ("unshare", "--map-user=65534", "--map-group=65534")
 SWAY = "output * mode --custom 1920x1080\nxwayland enable\n"
-# KWin 5 has an option for the scale; KWin 6 these, and the second keeps X programs from scaling.
+# KWin 5 has an option for the scale, KWin 6 this file; kdeglobals keeps X programs from scaling.
 KWIN_OUTPUTS = """[{"name": "outputs", "data": [{"connectorName": "X11-0", "scale": SCALE}]},
 {"name": "setups", "data": [{"lidClosed": false, "outputs":
 [{"enabled": true, "outputIndex": 0, "position": {"x": 0, "y": 0}, "priority": 0}]}]}]"""
@@ -33,7 +33,7 @@ class Compositor:
     """How one is started inside the X server of the test."""
     command: tuple
     environment: dict = dataclasses.field(default_factory=dict)
-    files: dict = dataclasses.field(default_factory=dict)  # of its configuration
+    files: dict = dataclasses.field(default_factory=dict)  # in ~/.config
     x_server: bool = True  # whether it runs one beside itself
     # Whether its pointer goes as far as the mouse does, from where it saw the mouse come in. What
     # came in while it started it has not seen.

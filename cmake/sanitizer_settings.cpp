@@ -48,13 +48,17 @@ const char* __tsan_default_suppressions() {
         "called_from_lib:libfontconfig.so.1\n"
         "called_from_lib:libpangoft2-1.0.so.0\n"
         // So of a recursive mutex of GLib only one of lock and unlock is seen when the other is
-        // called on the way back into GTK, GDK or the accessibility bridge.
+        // called on the way back into GTK, GDK, Pango or the accessibility bridge.
         "mutex:libgtk-3.so.0\n"
         "mutex:libgdk-3.so.0\n"
+        "mutex:libpango-1.0.so.0\n"
         "deadlock:libatk-bridge-2.0.so.0\n"
         // When its bus ends, libdbus takes its locks in another order than before; only the main
         // thread, which the accessibility bridge runs on, uses it, and so nobody waits for them.
-        "deadlock:libdbus-1.so.3\n";
+        "deadlock:libdbus-1.so.3\n"
+        // Newer GdkPixbufs have their images read by this library, with threads of its own. It is
+        // asked for an image and calls nobody back.
+        "race:libglycin-2.so.0\n";
 }
 
 const char* __ubsan_default_options() {

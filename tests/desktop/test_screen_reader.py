@@ -48,7 +48,7 @@ def test_a_box_is_read_line_by_line_and_answered(desktop, reader):
     box = show_box(desktop, reader)
     since = len(reader.said())
     desktop.person.turn_to(box)
-    reader.wait_for("alert", "Front Desk", "read only text", FIRST[-1], since=since)
+    reader.wait_for("Front Desk", "read only text", FIRST[-1], since=since)
     for line in box.text.split("\n")[1:5]:
         since = press(desktop, reader, "Down")
         reader.wait_for(line[:30] if line else "blank", since=since)
@@ -67,7 +67,7 @@ def test_the_withdrawal_of_a_box_that_nobody_is_in_disturbs_nobody(desktop, read
     desktop.service.report("Back Office", "2", 113, 4)
     reader.wait_for(*SECOND)
     desktop.person.turn_to(box)
-    reader.wait_for("alert", "Front Desk", "read only text")
+    reader.wait_for("Front Desk", "read only text")
     since = len(reader.said())
     desktop.service.withdraw("Back Office", "2")
     desktop.person.wait_until_gone("Back Office")

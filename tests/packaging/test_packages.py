@@ -71,15 +71,16 @@ def dependencies(directory):
 @pytest.fixture(scope="module", name="root")
 def fixture_root(packages):
     """A root directory with Debian's smallest system and what the packages depend on, no more."""
-    release, system = run("sh", "-c", ". /etc/os-release && echo $VERSION_CODENAME $ID").split()
-    sources = run(
+    system = run("sh", "-c", ". /etc/os-release && echo $ID").strip()
+    sources = sorted(set(run(
         "apt-get", "indextargets", "--format", "deb $(REPO_URI) $(RELEASE) $(COMPONENT)",
-        "Created-By: Packages", f"Origin: {system.capitalize()}")
+        "Created-By: Packages", f"Origin: {system.capitalize()}").splitlines()))
+    release = min(line.split()[2] for line in sources)  # not its updates: their names are longer
     # The way to the archive is this machine's.
     ways = re.findall("^Acquire::(?:Check-|https?::).*$", run("apt-config", "dump"), re.M)
     run("mmdebstrap", "--variant=minbase", *(f"--aptopt={way}" for way in ways),
         "--include=" + ",".join(sorted(dependencies(packages) | {"apt"})),
-        release, ROOT, "-", input="\n".join(sorted(set(sources.splitlines()))) + "\n")
+        release, ROOT, "-", input="\n".join(sources) + "\n")
     return ROOT
 
 
@@ -144,10 +145,11 @@ def german_box():
 
 def test_lintian_has_nothing_to_say(packages):
     changes = next(packages.glob("*.changes"))
-    said = run("lintian", "--allow-root", "--display-info", "--pedantic", "--tag-display-limit=0",
-               changes)
-    # There is no home page; each release has a standard of its own.
-    explained = "^N:|: appstream-metadata-validation-failed |: out-of-date-standards-version "
+    said = run("lintian", "--profile=debian", "--allow-root", "--display-info", "--pedantic",
+               "--tag-display-limit=0", changes)
+    # There is no home page; releases differ in their standards and in what goes without saying.
+    explained = ("^N:|: appstream-metadata-validation-failed |: out-of-date-standards-version |"
+                 ": package-uses-old-debhelper-|: redundant-(priority|rules)-")
     assert [line for line in said.splitlines() if not re.search(explained, line)] == []
 
 
